@@ -1,0 +1,98 @@
+// Figures for the hot paths of the spine: the activity log at its cap, shortcut decoding
+// (every settings load) and the scheduler (every timer in the application).
+#include "app/AppModel.h"
+#include "app/BackendHealth.h"
+#include "app/LaunchAtLoginManager.h"
+#include "core/ManualClock.h"
+#include "core/ManualScheduler.h"
+#include "hotkeys/Shortcut.h"
+#include "platform/LoginItem.h"
+#include "platform/PermissionProbe.h"
+#include "platform/SystemLog.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+struct QuietLog : SystemLog
+{
+    void write(const QString &) override {}
+};
+struct NoPermissions : PermissionProbe
+{
+    MicrophoneAuthorization microphoneAuthorization() override { return MicrophoneAuthorization::authorized; }
+    bool accessibilityTrusted() override { return true; }
+    bool screenRecordingTrusted() override { return true; }
+};
+struct NoHealth : BackendHealth
+{
+    QCoro::Task<bool> health() override { co_return true; }
+};
+struct NoLoginItem : LoginItem
+{
+    bool isEnabled() const override { return false; }
+    bool setEnabled(bool, QString &) override { return true; }
+};
+
+void BM_LogAtCap(benchmark::State &state)
+{
+    QTemporaryDir dir;
+    QSettings defaults(dir.filePath(QStringLiteral("d.conf")), QSettings::IniFormat);
+    ManualClock clock;
+    NoPermissions permissions;
+    NoHealth health;
+    NoLoginItem loginItem;
+    LaunchAtLoginManager launch(loginItem, defaults);
+    QuietLog systemLog;
+    AppModel model(clock, permissions, health, launch, systemLog);
+    for (int i = 0; i < AppModel::maxLogLines; ++i)
+        model.log(QStringLiteral("warm-up line"));
+    for (auto _ : state)
+        model.log(QStringLiteral("✓ Transcript: \"hello world this is a test\""));
+}
+BENCHMARK(BM_LogAtCap);
+
+void BM_ShortcutDecode(benchmark::State &state)
+{
+    const Shortcut shortcut(Shortcut::option | Shortcut::command, 2, QStringLiteral("D"));
+    const QJsonValue json = shortcut.encode();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Shortcut::decode(json));
+}
+BENCHMARK(BM_ShortcutDecode);
+
+void BM_ShortcutDisplayName(benchmark::State &state)
+{
+    const Shortcut shortcut(Shortcut::fn | Shortcut::control | Shortcut::option, 49, QStringLiteral("Space"));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(shortcut.displayName());
+}
+BENCHMARK(BM_ShortcutDisplayName);
+
+void BM_ScheduleAndFire(benchmark::State &state)
+{
+    ManualClock clock;
+    ManualScheduler scheduler(clock);
+    int fired = 0;
+    for (auto _ : state) {
+        auto handle = scheduler.schedule(0.3, [&fired] { ++fired; });
+        scheduler.advance(0.3);
+    }
+    benchmark::DoNotOptimize(fired);
+}
+BENCHMARK(BM_ScheduleAndFire);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,109 @@
+# Headless desktop session for the tests: X server, D-Bus, AT-SPI, Secret Service,
+# PulseAudio with a virtual microphone, and a tray host.
+#   source scripts/ci_env.sh; ci_start; <run tests>; ci_stop
+# Every process is started in the background with its PID recorded; ci_stop kills exactly
+# those PIDs, in reverse order. Nothing is killed by name.
+
+_ci_bg() { # [CI_STDIN=file] _ci_bg NAME CMD... : start in background, record PID
+    local name=$1
+    shift
+    "$@" <"${CI_STDIN:-/dev/null}" >"$CI_ROOT/log/$name.log" 2>&1 &
+    echo "$! $name" >>"$CI_ROOT/pids"
+}
+
+_ci_wait() { # _ci_wait WHAT CMD... : poll up to 10 s
+    local what=$1 i
+    shift
+    for i in $(seq 200); do
+        "$@" >/dev/null 2>&1 && return 0
+        sleep 0.05
+    done
+    echo "ci_start: $what did not come up (logs in $CI_ROOT/log)" >&2
+    return 1
+}
+
+_ci_ms() { echo $((($(date +%s%N) - $1) / 1000000)); }
+
+_ci_free_display() {
+    local n
+    for n in $(seq 99 160); do
+        [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ] || { echo ":$n"; return 0; }
+    done
+    return 1
+}
+
+ci_start() {
+    local t0 t
+    t0=$(date +%s%N)
+    CI_ROOT=${CI_ROOT:-$(mktemp -d /tmp/ovrin-test.XXXXXX)}
+    export CI_ROOT
+    mkdir -p "$CI_ROOT"/{home,run,dbus,log}
+    chmod 700 "$CI_ROOT/run"
+    : >"$CI_ROOT/pids"
+    # Every daemon keeps its state inside CI_ROOT (pulse cookie, keyrings, Qt caches).
+    export HOME=$CI_ROOT/home XDG_RUNTIME_DIR=$CI_ROOT/run
+    export XDG_CONFIG_HOME=$HOME/.config XDG_CACHE_HOME=$HOME/.cache XDG_DATA_HOME=$HOME/.local/share
+    DISPLAY=${CI_DISPLAY:-$(_ci_free_display)} || { echo "ci_start: no free X display" >&2; return 1; }
+    export DISPLAY QT_QPA_PLATFORM=xcb QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+    # Set before any Qt/GTK program starts, or a stray bus is autolaunched.
+    export DBUS_SESSION_BUS_ADDRESS=unix:path=$CI_ROOT/dbus/bus
+
+    t=$(date +%s%N)
+    _ci_bg xvfb Xvfb "$DISPLAY" -screen 0 1280x800x24 -nolisten tcp
+    _ci_wait Xvfb xdpyinfo || return 1
+    echo "Xvfb $DISPLAY: $(_ci_ms "$t") ms"
+
+    t=$(date +%s%N)
+    _ci_bg dbus dbus-daemon --session --nofork --nopidfile --address="$DBUS_SESSION_BUS_ADDRESS"
+    _ci_wait dbus dbus-send --session --dest=org.freedesktop.DBus --print-reply / org.freedesktop.DBus.ListNames || return 1
+    echo "dbus: $(_ci_ms "$t") ms"
+
+    t=$(date +%s%N)
+    _ci_bg atspi-bus /usr/libexec/at-spi-bus-launcher --launch-immediately
+    _ci_wait at-spi-bus dbus-send --session --dest=org.a11y.Bus --print-reply /org/a11y/bus org.a11y.Bus.GetAddress || return 1
+    _ci_bg atspi-registry /usr/libexec/at-spi2-registryd
+    echo "at-spi: $(_ci_ms "$t") ms"
+
+    # The login keyring is created and unlocked with a throwaway password.
+    t=$(date +%s%N)
+    printf ci-password >"$CI_ROOT/keyring-pass"
+    CI_STDIN=$CI_ROOT/keyring-pass _ci_bg keyring gnome-keyring-daemon --foreground --unlock --components=secrets
+    _ci_wait gnome-keyring sh -c 'dbus-send --session --dest=org.freedesktop.DBus --print-reply / org.freedesktop.DBus.NameHasOwner string:org.freedesktop.secrets | grep -q "boolean true"' || return 1
+    echo "gnome-keyring: $(_ci_ms "$t") ms"
+
+    # A null sink "speaker" and a real (non-monitor) source "testmic" remapped from its monitor.
+    t=$(date +%s%N)
+    cat >"$CI_ROOT/pa.pa" <<'PA'
+load-module module-native-protocol-unix auth-anonymous=1
+load-module module-null-sink sink_name=speaker format=float32le rate=48000 channels=1 sink_properties=device.description=TestSpeaker
+load-module module-remap-source source_name=testmic master=speaker.monitor source_properties=device.description=TestMic
+set-default-sink speaker
+set-default-source testmic
+PA
+    _ci_bg pulseaudio pulseaudio --daemonize=no --exit-idle-time=-1 -n -F "$CI_ROOT/pa.pa"
+    _ci_wait pulseaudio pactl info || return 1
+    # Without a stream keeping the sink busy, capture from testmic stalls at random.
+    CI_STDIN=/dev/zero _ci_bg pa-keepalive pacat --playback -d speaker --raw --format=float32le --channels=1 --rate=48000 --latency-msec=50
+    # The first capture only gets as much audio as time has passed since the server started.
+    sleep "${CI_PA_SETTLE:-2}"
+    echo "pulseaudio: $(_ci_ms "$t") ms (incl. ${CI_PA_SETTLE:-2} s settle)"
+
+    t=$(date +%s%N)
+    _ci_bg trayer trayer --edge top --align right --widthtype pixel --width 200 --height 24
+    _ci_wait trayer xdotool search --classname trayer || return 1
+    echo "trayer: $(_ci_ms "$t") ms"
+
+    if [ "${CI_COMPOSITOR:-0}" = 1 ]; then _ci_bg xcompmgr xcompmgr; fi
+    echo "ci_start total: $(_ci_ms "$t0") ms (logs in $CI_ROOT/log)"
+}
+
+ci_stop() {
+    [ -n "${CI_ROOT:-}" ] && [ -f "$CI_ROOT/pids" ] || return 0
+    local pid name
+    tac "$CI_ROOT/pids" | while read -r pid name; do
+        kill "$pid" 2>/dev/null || true
+        # Give each a moment, so a bus or display is not pulled from under its clients.
+        for _ in 1 2 3 4 5 6 7 8 9 10; do kill -0 "$pid" 2>/dev/null || break; sleep 0.05; done
+    done
+    : >"$CI_ROOT/pids"
+}

@@ -1,0 +1,478 @@
+#include "app/CaptureSessionController.h"
+
+#include "app/AppModel.h"
+#include "core/DescribedError.h"
+#include "core/Scheduler.h"
+#include "core/Text.h"
+#include "platform/PermissionProbe.h"
+
+#include <QPointer>
+#include <QThread>
+
+namespace {
+
+QString quoted(const QString &text)
+{
+    return QLatin1Char('"') + text + QLatin1Char('"');
+}
+
+QString failurePrefix(CaptureMode mode)
+{
+    switch (mode) {
+    case CaptureMode::ask:
+        return QStringLiteral("Ask failed: ");
+    case CaptureMode::screen:
+        return QStringLiteral("Read-screen failed: ");
+    case CaptureMode::paste:
+        break;
+    }
+    return QStringLiteral("Transcription failed: ");
+}
+
+} // namespace
+
+CaptureSessionController::CaptureSessionController(SessionServices services, AppModel &model,
+                                                   PermissionProbe &permissions, Scheduler &scheduler,
+                                                   QObject *parent)
+    : QObject(parent), m_services(services), m_model(model), m_permissions(permissions),
+      m_scheduler(scheduler)
+{
+}
+
+CaptureSessionController::~CaptureSessionController()
+{
+    // A task still in flight must not reach a destroyed controller.
+    m_transcribeTask.cancel();
+}
+
+void CaptureSessionController::handleHoldStart(CaptureMode mode)
+{
+    m_model.setHotkeyIsDown(true);
+    switch (mode) {
+    case CaptureMode::paste:
+        m_model.log(QStringLiteral("▼ Dictation key pressed"));
+        break;
+    case CaptureMode::ask:
+        m_model.log(QStringLiteral("▼ Ask-AI key pressed"));
+        break;
+    case CaptureMode::screen:
+        m_model.log(QStringLiteral("▼ Read-screen key pressed"));
+        break;
+    }
+    startRecording(mode, false);
+}
+
+void CaptureSessionController::handleHoldStop(CaptureMode)
+{
+    // Whatever chord is released ends the session that is recording.
+    m_model.setHotkeyIsDown(false);
+    m_model.log(QStringLiteral("▲ Key released"));
+    stopAndTranscribe();
+}
+
+void CaptureSessionController::handleHandsFreeStart()
+{
+    m_model.log(QStringLiteral("⊙ Hands-free started (double-tap fn). Tap fn again to stop."));
+    startRecording(CaptureMode::paste, true);
+}
+
+void CaptureSessionController::handleHandsFreeStop()
+{
+    m_model.log(QStringLiteral("⊙ Hands-free stopped (fn). Transcribing…"));
+    stopAndTranscribe();
+}
+
+void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
+{
+    if (m_state != SessionState::idle)
+        return;
+
+    m_services.corrections.stopWatching();
+    m_services.corrections.hidePrompt();
+
+    if (!m_services.signIn.isSignedIn()) {
+        m_model.log(QStringLiteral("Not signed in — opening Ovrin to log in."));
+        m_services.hud.showError(QStringLiteral("Sign in to Ovrin to use dictation."));
+        m_services.shell.showMainWindow();
+        return;
+    }
+
+    if (!m_model.micAuthorized()) {
+        const auto status = m_permissions.microphoneAuthorization();
+        if (status == MicrophoneAuthorization::restricted || status == MicrophoneAuthorization::denied) {
+            m_model.log(QStringLiteral("Cannot record: microphone permission not granted."));
+            setStatus(QStringLiteral("Microphone access needed"));
+            m_services.hud.showError(QStringLiteral(
+                "Microphone access is required. Enable it in System Settings → Privacy & Security → Microphone."));
+            return;
+        }
+    }
+
+    m_captureMode = mode;
+    m_handsFree = handsFree;
+
+    // The selection and the screenshot are taken when the key goes down, while the
+    // user still looks at what the question is about.
+    m_askContext.clear();
+    m_screenshotTask.reset();
+    if (mode == CaptureMode::ask)
+        readAskContext();
+    else if (mode == CaptureMode::screen)
+        m_screenshotTask.emplace(m_services.screenshots.captureActiveDisplay(screenshotMaxDimension,
+                                                                             screenshotQuality));
+
+    QPointer<CaptureSessionController> self(this);
+    m_services.recorder.setLevelHandler([self](float level) {
+        if (self)
+            self->m_services.hud.setLevel(level);
+    });
+
+    QString error;
+    if (!m_services.recorder.start(error)) {
+        endIdle();
+        m_model.log(QStringLiteral("ERROR starting recorder: ") + error);
+        setStatus(QStringLiteral("Mic error: ") + error);
+        m_services.hud.showError(QStringLiteral("Couldn't start the microphone: ") + error);
+        m_services.cues.play(Cue::fail);
+        return;
+    }
+
+    setState(SessionState::recording);
+    m_model.setActivity(Activity::recording);
+    switch (mode) {
+    case CaptureMode::paste:
+        m_model.log(QStringLiteral("● Recording started"));
+        setStatus(QStringLiteral("Listening…"));
+        break;
+    case CaptureMode::ask:
+        m_model.log(QStringLiteral("● Recording (Ask AI)…"));
+        setStatus(QStringLiteral("Listening (Ask AI)…"));
+        break;
+    case CaptureMode::screen:
+        m_model.log(QStringLiteral("● Recording (Read screen)…"));
+        setStatus(QStringLiteral("Listening (Read screen)…"));
+        break;
+    }
+    m_services.hud.show(HUDMode::recording(mode));
+    m_services.cues.play(Cue::start);
+}
+
+void CaptureSessionController::readAskContext()
+{
+    auto selection = m_services.selection.viaAccessibility();
+    if (!selection || selection->isEmpty())
+        selection = m_services.selection.viaCopy();
+    m_askContext = selection.value_or(QString());
+    if (m_askContext.isEmpty())
+        return;
+    m_model.log(QStringLiteral("✎ Using selected text as context (%1 chars): %2")
+                    .arg(Text::characterCount(m_askContext))
+                    .arg(quoted(Text::truncated(m_askContext, 60))));
+}
+
+void CaptureSessionController::stopAndTranscribe()
+{
+    if (m_state != SessionState::recording)
+        return;
+
+    setState(SessionState::working);
+    m_model.setActivity(Activity::transcribing);
+    setStatus(QStringLiteral("Transcribing…"));
+    m_services.hud.show(HUDMode::processing(m_captureMode));
+    m_services.cues.play(Cue::stop);
+
+    const std::optional<QByteArray> wav = m_services.recorder.stop();
+    if (!wav || wav->isEmpty()) {
+        endIdle();
+        m_model.log(QStringLiteral("No audio captured (empty buffer)."));
+        setStatus(QStringLiteral("No audio captured"));
+        m_services.hud.hide();
+        return;
+    }
+
+    m_model.log(QStringLiteral("■ Recording stopped — %1 bytes of WAV. Sending to backend…").arg(wav->size()));
+
+    m_transcribeTask = CancellationToken();
+    std::optional<ScreenshotTask> screenshot = std::move(m_screenshotTask);
+    m_screenshotTask.reset();
+    // The coroutine frame outlives the returned handle; it ends on its own.
+    runSession(m_captureMode, *wav, m_services.settings.current(), m_askContext, std::move(screenshot),
+               m_transcribeTask);
+}
+
+QCoro::Task<void> CaptureSessionController::runSession(CaptureMode mode, QByteArray wav, Settings settings,
+                                                       QString askContext,
+                                                       std::optional<ScreenshotTask> screenshot,
+                                                       CancellationToken token)
+{
+    QPointer<CaptureSessionController> self(this);
+    std::exception_ptr failure;
+    try {
+        switch (mode) {
+        case CaptureMode::paste:
+            co_await runDictation(std::move(wav), std::move(settings), token);
+            break;
+        case CaptureMode::ask:
+            co_await runAsk(std::move(wav), std::move(askContext), token);
+            break;
+        case CaptureMode::screen:
+            co_await runScreen(std::move(wav), std::move(screenshot), token);
+            break;
+        }
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    // A session the watchdog cancelled has already been reported; it ends silently.
+    if (failure && !isGone(self, token))
+        failSession(mode, DescribedError::describe(failure));
+}
+
+QCoro::Task<void> CaptureSessionController::runDictation(QByteArray wav, Settings settings,
+                                                         CancellationToken token)
+{
+    QPointer<CaptureSessionController> self(this);
+    const QString raw = co_await m_services.backend.transcribe(std::move(wav), settings.cleanupEnabled, token);
+    if (isGone(self, token))
+        co_return;
+    const QString text = Text::trimmed(raw);
+    handleResult(text, settings);
+    if (text.isEmpty())
+        co_return;
+
+    // Best effort: the user already has the text, a lost history line is not worth a message.
+    try {
+        co_await m_services.backend.addHistory(QStringLiteral("dictation"), text);
+    } catch (...) {
+        co_return;
+    }
+    if (self)
+        m_services.history.refreshTranscripts();
+}
+
+QCoro::Task<void> CaptureSessionController::runAsk(QByteArray wav, QString askContext,
+                                                   CancellationToken token)
+{
+    QPointer<CaptureSessionController> self(this);
+    const QString question = Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
+    if (isGone(self, token))
+        co_return;
+    if (question.isEmpty()) {
+        endIdle();
+        m_model.log(QStringLiteral("Nothing heard for the AI."));
+        setStatus(QStringLiteral("Nothing heard"));
+        m_services.hud.showError(QStringLiteral("Didn't catch that — no speech detected."));
+        m_services.cues.play(Cue::fail);
+        co_return;
+    }
+
+    m_model.setLastTranscript(question);
+    m_model.log(QStringLiteral("❓ Asked: ") + quoted(question));
+    m_services.hud.startStreaming(question);
+
+    const QString answer = co_await m_services.backend.ask(question, askContext, m_services.apps.names(),
+                                                           deltaHandler(token), actionHandler(token), token);
+    if (isGone(self, token))
+        co_return;
+    finishAskStream(answer, question);
+    m_services.history.refreshChat();
+}
+
+QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav, std::optional<ScreenshotTask> screenshot,
+                                                      CancellationToken token)
+{
+    QPointer<CaptureSessionController> self(this);
+    std::optional<QByteArray> jpeg;
+    if (screenshot) {
+        try {
+            jpeg = co_await *screenshot;
+        } catch (...) {
+            jpeg.reset();
+        }
+    }
+    if (isGone(self, token))
+        co_return;
+    if (!jpeg || jpeg->isEmpty()) {
+        // Without a picture the question is pointless: the audio is never sent.
+        endIdle();
+        m_model.log(QStringLiteral("Screen capture failed — likely Screen Recording permission."));
+        m_services.hud.showError(QStringLiteral("Couldn't capture the screen. Enable Screen Recording for Ovrin "
+                                                "in System Settings → Privacy & Security, then try again."));
+        m_services.shell.openPrivacySettings(QStringLiteral("Privacy_ScreenCapture"));
+        m_services.cues.play(Cue::fail);
+        co_return;
+    }
+
+    const QString spoken = Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
+    if (isGone(self, token))
+        co_return;
+    m_model.log(spoken.isEmpty() ? QStringLiteral("◳ Asking about the screen (no question)…")
+                                 : QStringLiteral("◳ Asked about screen: ") + quoted(spoken));
+    const QString question = spoken.isEmpty() ? QStringLiteral("What's on my screen?") : spoken;
+    m_services.hud.startStreaming(question);
+
+    const QString answer = co_await m_services.backend.askImage(question, *jpeg, deltaHandler(token), token);
+    if (isGone(self, token))
+        co_return;
+    finishAskStream(answer, question);
+    m_services.history.refreshChat();
+}
+
+SessionBackend::DeltaHandler CaptureSessionController::deltaHandler(const CancellationToken &token)
+{
+    QPointer<CaptureSessionController> self(this);
+    return [self, token](const QString &delta) {
+        if (!self)
+            return;
+        self->onMainThread([self, token, delta] {
+            if (!isGone(self, token))
+                self->m_services.hud.appendStreaming(delta);
+        });
+    };
+}
+
+SessionBackend::ActionHandler CaptureSessionController::actionHandler(const CancellationToken &token)
+{
+    QPointer<CaptureSessionController> self(this);
+    return [self, token](const QString &type, const QString &name) {
+        if (!self || type != u"open_app")
+            return;
+        self->onMainThread([self, token, name] {
+            if (isGone(self, token))
+                return;
+            if (self->m_services.apps.open(name))
+                self->m_model.log(QStringLiteral("🚀 Opened ") + name);
+            else
+                self->m_model.log(QStringLiteral("⚠️ Couldn't find app: ") + name);
+        });
+    };
+}
+
+void CaptureSessionController::onMainThread(std::function<void()> work)
+{
+    if (QThread::currentThread() == thread())
+        work();
+    else
+        QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
+}
+
+void CaptureSessionController::finishAskStream(const QString &answer, const QString &question)
+{
+    Q_UNUSED(question)
+    endIdle();
+    const QString text = Text::trimmed(answer);
+    if (text.isEmpty()) {
+        m_model.log(QStringLiteral("AI returned an empty answer."));
+        setStatus(QStringLiteral("No answer"));
+        m_services.hud.showError(QStringLiteral("The AI returned an empty answer."));
+        m_services.cues.play(Cue::fail);
+        return;
+    }
+    m_model.log(QStringLiteral("✓ AI answered."));
+    m_services.text.copyToClipboard(text);
+    m_services.hud.finishStreaming(m_model.askKeyName(), text);
+    setStatus(QStringLiteral("Answered ✓ (copied to clipboard)"));
+    m_services.cues.play(Cue::done);
+}
+
+void CaptureSessionController::handleResult(const QString &rawText, const Settings &settings)
+{
+    endIdle();
+    const QString text = Text::trimmed(rawText);
+    if (text.isEmpty()) {
+        m_model.log(QStringLiteral("API returned empty transcript."));
+        setStatus(QStringLiteral("Nothing transcribed"));
+        m_services.hud.showError(QStringLiteral("Nothing transcribed — no speech detected."));
+        m_services.cues.play(Cue::fail);
+        return;
+    }
+
+    m_services.hud.hide();
+    m_model.setLastTranscript(text);
+    m_model.log(QStringLiteral("✓ Transcript: ") + quoted(text));
+    m_services.cues.play(Cue::done);
+
+    if (!settings.pasteAutomatically) {
+        m_services.text.copyToClipboard(text);
+        m_model.log(QStringLiteral("Copied to clipboard."));
+        setStatus(QStringLiteral("Copied to clipboard ✓"));
+        return;
+    }
+
+    m_services.text.paste(text);
+    m_model.log(QStringLiteral("Pasted into focused app."));
+    setStatus(QStringLiteral("Pasted ✓"));
+    QPointer<CaptureSessionController> self(this);
+    m_services.corrections.startWatching(text, [self](const QString &heard, const QString &corrected) {
+        if (!self)
+            return;
+        self->m_model.log(QStringLiteral("✎ Correction detected: %1 → %2").arg(quoted(heard), quoted(corrected)));
+        self->m_services.corrections.showPrompt(heard, corrected);
+    });
+}
+
+void CaptureSessionController::failSession(CaptureMode mode, const QString &description)
+{
+    endIdle();
+    m_model.log(QStringLiteral("ERROR: ") + description);
+    setStatus(description);
+    m_services.hud.showError(failurePrefix(mode) + description);
+    m_services.cues.play(Cue::fail);
+}
+
+void CaptureSessionController::armWatchdog()
+{
+    m_watchdog = m_scheduler.schedule(watchdogSeconds, [this] { watchdogFired(); });
+}
+
+void CaptureSessionController::watchdogFired()
+{
+    if (m_state != SessionState::working)
+        return;
+    m_transcribeTask.cancel();
+    endIdle();
+    m_model.log(QStringLiteral("⏱ Timed out — no response from the backend."));
+    m_services.hud.showError(
+        QStringLiteral("This is taking longer than expected. Make sure the backend is running, then try again."));
+    m_services.cues.play(Cue::fail);
+}
+
+void CaptureSessionController::setStatus(const QString &text)
+{
+    QPointer<CaptureSessionController> self(this);
+    m_scheduler.post([self, text] {
+        if (self)
+            self->m_services.shell.setStatusText(text);
+    });
+}
+
+void CaptureSessionController::copyTranscript(const QVariant &representedObject)
+{
+    if (representedObject.typeId() != QMetaType::QString)
+        return;
+    m_services.text.copyToClipboard(representedObject.toString());
+    m_model.log(QStringLiteral("Copied transcript from the menu bar."));
+    setStatus(QStringLiteral("Copied ✓"));
+}
+
+void CaptureSessionController::setState(SessionState state)
+{
+    // The observer runs on every assignment, also when the value does not change.
+    m_state = state;
+    m_services.shell.updateStatusIcon(state);
+    if (state == SessionState::working)
+        armWatchdog();
+    else
+        m_watchdog.cancel();
+    Q_EMIT stateChanged(state);
+}
+
+void CaptureSessionController::endIdle()
+{
+    setState(SessionState::idle);
+    m_model.setActivity(Activity::idle);
+}
+
+bool CaptureSessionController::isGone(const QObject *self, const CancellationToken &token)
+{
+    return !self || token.isCancelled();
+}

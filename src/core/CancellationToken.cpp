@@ -1,0 +1,35 @@
+#include "core/CancellationToken.h"
+
+#include <atomic>
+#include <vector>
+
+struct CancellationToken::State
+{
+    std::atomic<bool> cancelled{false};
+    std::vector<std::function<void()>> handlers;
+};
+
+CancellationToken::CancellationToken() : d(std::make_shared<State>()) {}
+
+void CancellationToken::cancel()
+{
+    if (d->cancelled.exchange(true))
+        return;
+    auto handlers = std::move(d->handlers);
+    d->handlers.clear();
+    for (auto &handler : handlers)
+        handler();
+}
+
+bool CancellationToken::isCancelled() const
+{
+    return d->cancelled.load();
+}
+
+void CancellationToken::onCancel(std::function<void()> handler)
+{
+    if (isCancelled())
+        handler();
+    else
+        d->handlers.push_back(std::move(handler));
+}

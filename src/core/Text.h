@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+// Text helpers shared by every subsystem.
+namespace Text {
+
+// Removes white space and line breaks (including Unicode separators) at both ends.
+QString trimmed(const QString &text);
+// Number of user-perceived characters (grapheme clusters).
+int characterCount(const QString &text);
+// The first `maxCharacters` characters followed by "…", or the text itself when it
+// is not longer than that.
+QString truncated(const QString &text, int maxCharacters);
+
+} // namespace Text

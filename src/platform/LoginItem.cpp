@@ -1,0 +1,3 @@
+#include "platform/LoginItem.h"
+
+LoginItem::~LoginItem() = default;

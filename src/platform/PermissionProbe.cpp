@@ -1,0 +1,3 @@
+#include "platform/PermissionProbe.h"
+
+PermissionProbe::~PermissionProbe() = default;

@@ -1,0 +1,3 @@
+#include "platform/SystemLog.h"
+
+SystemLog::~SystemLog() = default;

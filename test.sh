@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, starts the headless services the tests need
+# (X server, D-Bus, AT-SPI, keyring, audio, tray), runs every test and stops exactly
+# what it started.
+set -euo pipefail
+cd "$(dirname "$0")"
+top=$PWD
+
+scripts/install-deps.sh
+scripts/build.sh
+
+source scripts/ci_env.sh
+trap ci_stop EXIT
+ci_start
+
+ctest --test-dir "$top/build" --output-on-failure --timeout 300 -j "$(nproc)"

@@ -1,0 +1,161 @@
+// Starts the real ovrin binary the way a user would and checks that it comes up, survives
+// a desktop without tray host or D-Bus, and shuts down cleanly on SIGTERM.
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+bool waitFor(const std::function<bool()> &condition, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        QTest::qWait(50);
+    }
+    return true;
+}
+
+// A private X server with nothing else on it: no window manager, no tray host.
+class BareXServer
+{
+public:
+    ~BareXServer()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.terminate();
+            m_process.waitForFinished(3000);
+        }
+    }
+
+    bool start()
+    {
+        const QString xvfb = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
+        if (xvfb.isEmpty())
+            return false;
+        for (int n = 170; n < 200; ++n) {
+            if (QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)) ||
+                QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(n)))
+                continue;
+            m_display = QStringLiteral(":%1").arg(n);
+            m_process.start(xvfb, {m_display, QStringLiteral("-screen"), QStringLiteral("0"),
+                                   QStringLiteral("1024x768x24"), QStringLiteral("-nolisten"),
+                                   QStringLiteral("tcp")});
+            const QString socket = QStringLiteral("/tmp/.X11-unix/X%1").arg(n);
+            if (waitFor([&] { return QFile::exists(socket) || m_process.state() == QProcess::NotRunning; },
+                        10000) &&
+                m_process.state() == QProcess::Running)
+                return true;
+        }
+        return false;
+    }
+    QString display() const { return m_display; }
+
+private:
+    QProcess m_process;
+    QString m_display;
+};
+
+struct Ovrin
+{
+    QProcess process;
+    QByteArray output;
+
+    void start(const QProcessEnvironment &environment)
+    {
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        QObject::connect(&process, &QProcess::readyRead, [this] { output += process.readAll(); });
+        process.start(QStringLiteral(OVRIN_BINARY), {});
+    }
+    bool said(const char *text) const { return output.contains(text); }
+    ~Ovrin()
+    {
+        if (process.state() != QProcess::NotRunning)
+            process.kill();
+        process.waitForFinished(3000);
+    }
+};
+
+QProcessEnvironment scratchEnvironment(const QTemporaryDir &home)
+{
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), home.path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    return environment;
+}
+
+} // namespace
+
+class TestLaunch : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void survivesBareXServerAndQuitsOnSigterm();
+    void launchesInFullSession();
+
+private:
+    void expectCleanTermination(Ovrin &ovrin);
+};
+
+void TestLaunch::expectCleanTermination(Ovrin &ovrin)
+{
+    ovrin.process.terminate(); // SIGTERM
+    QVERIFY2(ovrin.process.waitForFinished(5000), ovrin.output.constData());
+    QCOMPARE(ovrin.process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(ovrin.process.exitCode(), 0);
+}
+
+void TestLaunch::survivesBareXServerAndQuitsOnSigterm()
+{
+    BareXServer x;
+    OVRIN_REQUIRE_SERVICE(x.start(), QStringLiteral("Xvfb"));
+    QTemporaryDir home;
+    auto environment = scratchEnvironment(home);
+    environment.insert(QStringLiteral("DISPLAY"), x.display());
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=%1").arg(home.filePath(QStringLiteral("no-bus"))));
+
+    Ovrin ovrin;
+    ovrin.start(environment);
+    QVERIFY2(waitFor([&] { return ovrin.said("Ovrin: Launched."); }, 15000), ovrin.output.constData());
+    QVERIFY2(ovrin.said("Ovrin: No system tray found"), ovrin.output.constData());
+    QVERIFY2(ovrin.said("Ovrin: No D-Bus session bus"), ovrin.output.constData());
+
+    // Past the first permission poll (every 2 s) it must still be up.
+    QTest::qWait(2500);
+    QCOMPARE(ovrin.process.state(), QProcess::Running);
+    expectCleanTermination(ovrin);
+}
+
+void TestLaunch::launchesInFullSession()
+{
+    const bool haveSession = !qEnvironmentVariableIsEmpty("DISPLAY") &&
+                             qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").startsWith(u"unix:path=") &&
+                             QFile::exists(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").mid(10));
+    OVRIN_REQUIRE_SERVICE(haveSession, QStringLiteral("the test desktop session (X, D-Bus, tray host)"));
+    QTemporaryDir home;
+    Ovrin ovrin;
+    ovrin.start(scratchEnvironment(home));
+    QVERIFY2(waitFor([&] { return ovrin.said("Ovrin: Launched."); }, 15000), ovrin.output.constData());
+    QVERIFY2(!ovrin.said("No system tray found"), ovrin.output.constData());
+    QVERIFY2(!ovrin.said("No D-Bus session bus"), ovrin.output.constData());
+    QTest::qWait(500);
+    QCOMPARE(ovrin.process.state(), QProcess::Running);
+    expectCleanTermination(ovrin);
+}
+
+QTEST_GUILESS_MAIN(TestLaunch)
+#include "TestLaunch.moc"
