@@ -9,6 +9,15 @@ if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
 fi
 
 scripts/install-deps.sh --no-test
-scripts/build.sh ovrin
+targets=(ovrin)
+grep -q 'ovrin-server' build/build.ninja 2>/dev/null && targets+=(ovrin-server)
+scripts/build.sh "${targets[@]}"
+
+# The companion server, unless one already answers on its port.
+if [ -x build/bin/ovrin-server ] && ! (exec 3<>/dev/tcp/127.0.0.1/8787) 2>/dev/null; then
+    mkdir -p "${XDG_STATE_HOME:-$HOME/.local/state}/Ovrin"
+    build/bin/ovrin-server >>"${XDG_STATE_HOME:-$HOME/.local/state}/Ovrin/server.log" 2>&1 &
+    echo "run.sh: started ovrin-server (log in ${XDG_STATE_HOME:-$HOME/.local/state}/Ovrin/server.log)"
+fi
 
 exec build/bin/ovrin "$@"

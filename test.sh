@@ -10,7 +10,8 @@ scripts/install-deps.sh
 scripts/build.sh
 
 source scripts/ci_env.sh
-trap ci_stop EXIT
+# Keep the services' logs only when something failed.
+trap 'rc=$?; ci_stop; [ $rc -ne 0 ] || rm -rf "$CI_ROOT"; exit $rc' EXIT
 ci_start
 
 ctest --test-dir "$top/build" --output-on-failure --timeout 300 -j "$(nproc)"

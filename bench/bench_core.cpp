@@ -24,7 +24,10 @@ struct QuietLog : SystemLog
 };
 struct NoPermissions : PermissionProbe
 {
-    MicrophoneAuthorization microphoneAuthorization() override { return MicrophoneAuthorization::authorized; }
+    MicrophoneAuthorization microphoneAuthorization() override
+    {
+        return MicrophoneAuthorization::authorized;
+    }
     bool accessibilityTrusted() override { return true; }
     bool screenRecordingTrusted() override { return true; }
 };
@@ -67,7 +70,8 @@ BENCHMARK(BM_ShortcutDecode);
 
 void BM_ShortcutDisplayName(benchmark::State &state)
 {
-    const Shortcut shortcut(Shortcut::fn | Shortcut::control | Shortcut::option, 49, QStringLiteral("Space"));
+    const Shortcut shortcut(Shortcut::fn | Shortcut::control | Shortcut::option, 49,
+                            QStringLiteral("Space"));
     for (auto _ : state)
         benchmark::DoNotOptimize(shortcut.displayName());
 }

@@ -16,7 +16,8 @@ int main(int argc, char *argv[])
     QApplication::setQuitOnLastWindowClosed(false);
 
     UnixSignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &UnixSignalWatcher::terminationRequested, &app, &QApplication::quit);
+    QObject::connect(&signalWatcher, &UnixSignalWatcher::terminationRequested, &app,
+                     &QApplication::quit);
 
     X11PermissionProbe permissions;
     XdgAutostartLoginItem loginItem;

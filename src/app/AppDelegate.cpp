@@ -16,8 +16,7 @@ struct AppDelegate::Private
         : platform(platform), defaults(QStringLiteral("Ovrin"), QStringLiteral("Ovrin")),
           launchAtLogin(platform.loginItem, defaults),
           model(clock, platform.permissions, health, launchAtLogin, platform.systemLog)
-    {
-    }
+    {}
 
     PlatformServices platform;
     SystemClock clock;
@@ -32,8 +31,7 @@ struct AppDelegate::Private
 
 AppDelegate::AppDelegate(PlatformServices platform, QObject *parent)
     : QObject(parent), d(std::make_unique<Private>(platform))
-{
-}
+{}
 
 AppDelegate::~AppDelegate() = default;
 
@@ -63,12 +61,15 @@ void AppDelegate::logEnvironment()
     // Neither is fatal: the tray icon appears when a tray host starts, and without a session
     // bus only accessibility and the keychain are unavailable.
     if (!TrayStatusItem::isTrayAvailable())
-        d->model.log(QStringLiteral("No system tray found — the Ovrin icon will appear when a tray starts."));
+        d->model.log(QStringLiteral(
+            "No system tray found — the Ovrin icon will appear when a tray starts."));
     if (!QDBusConnection::sessionBus().isConnected())
-        d->model.log(QStringLiteral("No D-Bus session bus — accessibility and the keychain are unavailable."));
+        d->model.log(QStringLiteral(
+            "No D-Bus session bus — accessibility and the keychain are unavailable."));
 }
 
 void AppDelegate::startPermissionPolling()
 {
-    d->permissionTimer = d->scheduler.repeat(permissionPollSeconds, [this] { d->model.refreshPermissions(); });
+    d->permissionTimer =
+        d->scheduler.repeat(permissionPollSeconds, [this] { d->model.refreshPermissions(); });
 }

@@ -12,8 +12,7 @@ AppModel::AppModel(Clock &clock, PermissionProbe &permissions, BackendHealth &ba
                    LaunchAtLoginManager &launchAtLogin, SystemLog &systemLog, QObject *parent)
     : QObject(parent), m_clock(clock), m_permissions(permissions), m_backend(backend),
       m_launchAtLogin(launchAtLogin), m_systemLog(systemLog)
-{
-}
+{}
 
 AppModel::~AppModel() = default;
 
@@ -97,7 +96,8 @@ void AppModel::refreshPermissions()
            &AppModel::accessibilityTrustedChanged);
     assign(m_screenRecordingTrusted, m_permissions.screenRecordingTrusted(),
            &AppModel::screenRecordingTrustedChanged);
-    assign(m_launchAtLoginEnabled, m_launchAtLogin.isEnabled(), &AppModel::launchAtLoginEnabledChanged);
+    assign(m_launchAtLoginEnabled, m_launchAtLogin.isEnabled(),
+           &AppModel::launchAtLoginEnabledChanged);
     checkBackend();
 }
 
@@ -117,7 +117,8 @@ QCoro::Task<void> AppModel::checkBackend()
 
 void AppModel::evaluateLaunchAtLoginPrompt(bool isProperBundle)
 {
-    assign(m_launchAtLoginEnabled, m_launchAtLogin.isEnabled(), &AppModel::launchAtLoginEnabledChanged);
+    assign(m_launchAtLoginEnabled, m_launchAtLogin.isEnabled(),
+           &AppModel::launchAtLoginEnabledChanged);
     if (isProperBundle && m_micAuthorized && m_accessibilityTrusted &&
         m_launchAtLogin.shouldOfferPrompt() && !m_showLaunchAtLoginPrompt) {
         m_showLaunchAtLoginPrompt = true;
@@ -131,7 +132,8 @@ void AppModel::setLaunchAtLogin(bool on)
     if (!m_launchAtLogin.setEnabled(on, error))
         log(QStringLiteral("Launch at login failed: ") + error);
     m_launchAtLogin.markPromptAnswered();
-    assign(m_launchAtLoginEnabled, m_launchAtLogin.isEnabled(), &AppModel::launchAtLoginEnabledChanged);
+    assign(m_launchAtLoginEnabled, m_launchAtLogin.isEnabled(),
+           &AppModel::launchAtLoginEnabledChanged);
     log(m_launchAtLoginEnabled ? QStringLiteral("Launch at login enabled.")
                                : QStringLiteral("Launch at login disabled."));
 }

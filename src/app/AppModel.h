@@ -24,8 +24,10 @@ class AppModel : public QObject
     Q_PROPERTY(Activity activity READ activity NOTIFY activityChanged)
     Q_PROPERTY(QString activityText READ activityText NOTIFY activityChanged)
     Q_PROPERTY(bool micAuthorized READ micAuthorized NOTIFY micAuthorizedChanged)
-    Q_PROPERTY(bool accessibilityTrusted READ accessibilityTrusted NOTIFY accessibilityTrustedChanged)
-    Q_PROPERTY(bool screenRecordingTrusted READ screenRecordingTrusted NOTIFY screenRecordingTrustedChanged)
+    Q_PROPERTY(
+        bool accessibilityTrusted READ accessibilityTrusted NOTIFY accessibilityTrustedChanged)
+    Q_PROPERTY(bool screenRecordingTrusted READ screenRecordingTrusted NOTIFY
+                   screenRecordingTrustedChanged)
     Q_PROPERTY(bool backendReachable READ backendReachable NOTIFY backendReachableChanged)
     Q_PROPERTY(QString hotkeyName READ hotkeyName NOTIFY hotkeyNameChanged)
     Q_PROPERTY(QString askKeyName READ askKeyName NOTIFY askKeyNameChanged)
@@ -33,8 +35,10 @@ class AppModel : public QObject
     Q_PROPERTY(bool hotkeyIsDown READ hotkeyIsDown NOTIFY hotkeyIsDownChanged)
     Q_PROPERTY(QString lastTranscript READ lastTranscript NOTIFY lastTranscriptChanged)
     Q_PROPERTY(QStringList logLines READ logLines NOTIFY logLinesChanged)
-    Q_PROPERTY(bool launchAtLoginEnabled READ launchAtLoginEnabled NOTIFY launchAtLoginEnabledChanged)
-    Q_PROPERTY(bool showLaunchAtLoginPrompt READ showLaunchAtLoginPrompt NOTIFY showLaunchAtLoginPromptChanged)
+    Q_PROPERTY(
+        bool launchAtLoginEnabled READ launchAtLoginEnabled NOTIFY launchAtLoginEnabledChanged)
+    Q_PROPERTY(bool showLaunchAtLoginPrompt READ showLaunchAtLoginPrompt NOTIFY
+                   showLaunchAtLoginPromptChanged)
 
 public:
     static constexpr int maxLogLines = 200;
@@ -75,7 +79,7 @@ public:
     Q_INVOKABLE void requestMicrophone();
     Q_INVOKABLE void requestAccessibility();
 
-    // Appends "[HH:mm:ss] message" (local time) and writes "Ovrin: message" to the system log.
+    // Appends "[HH:mm:ss] message" (local time) and passes the message to the system log.
     Q_INVOKABLE void log(const QString &message);
     // Re-reads every permission and starts a backend check.
     Q_INVOKABLE void refreshPermissions();

@@ -32,12 +32,11 @@ QString failurePrefix(CaptureMode mode)
 } // namespace
 
 CaptureSessionController::CaptureSessionController(SessionServices services, AppModel &model,
-                                                   PermissionProbe &permissions, Scheduler &scheduler,
-                                                   QObject *parent)
+                                                   PermissionProbe &permissions,
+                                                   Scheduler &scheduler, QObject *parent)
     : QObject(parent), m_services(services), m_model(model), m_permissions(permissions),
       m_scheduler(scheduler)
-{
-}
+{}
 
 CaptureSessionController::~CaptureSessionController()
 {
@@ -99,11 +98,13 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
 
     if (!m_model.micAuthorized()) {
         const auto status = m_permissions.microphoneAuthorization();
-        if (status == MicrophoneAuthorization::restricted || status == MicrophoneAuthorization::denied) {
+        if (status == MicrophoneAuthorization::restricted ||
+            status == MicrophoneAuthorization::denied) {
             m_model.log(QStringLiteral("Cannot record: microphone permission not granted."));
             setStatus(QStringLiteral("Microphone access needed"));
-            m_services.hud.showError(QStringLiteral(
-                "Microphone access is required. Enable it in System Settings → Privacy & Security → Microphone."));
+            m_services.hud.showError(
+                QStringLiteral("Microphone access is required. Enable it in System Settings → "
+                               "Privacy & Security → Microphone."));
             return;
         }
     }
@@ -118,8 +119,8 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
     if (mode == CaptureMode::ask)
         readAskContext();
     else if (mode == CaptureMode::screen)
-        m_screenshotTask.emplace(m_services.screenshots.captureActiveDisplay(screenshotMaxDimension,
-                                                                             screenshotQuality));
+        m_screenshotTask.emplace(
+            m_services.screenshots.captureActiveDisplay(screenshotMaxDimension, screenshotQuality));
 
     QPointer<CaptureSessionController> self(this);
     m_services.recorder.setLevelHandler([self](float level) {
@@ -190,18 +191,19 @@ void CaptureSessionController::stopAndTranscribe()
         return;
     }
 
-    m_model.log(QStringLiteral("■ Recording stopped — %1 bytes of WAV. Sending to backend…").arg(wav->size()));
+    m_model.log(QStringLiteral("■ Recording stopped — %1 bytes of WAV. Sending to backend…")
+                    .arg(wav->size()));
 
     m_transcribeTask = CancellationToken();
     std::optional<ScreenshotTask> screenshot = std::move(m_screenshotTask);
     m_screenshotTask.reset();
     // The coroutine frame outlives the returned handle; it ends on its own.
-    runSession(m_captureMode, *wav, m_services.settings.current(), m_askContext, std::move(screenshot),
-               m_transcribeTask);
+    runSession(m_captureMode, *wav, m_services.settings.current(), m_askContext,
+               std::move(screenshot), m_transcribeTask);
 }
 
-QCoro::Task<void> CaptureSessionController::runSession(CaptureMode mode, QByteArray wav, Settings settings,
-                                                       QString askContext,
+QCoro::Task<void> CaptureSessionController::runSession(CaptureMode mode, QByteArray wav,
+                                                       Settings settings, QString askContext,
                                                        std::optional<ScreenshotTask> screenshot,
                                                        CancellationToken token)
 {
@@ -231,7 +233,8 @@ QCoro::Task<void> CaptureSessionController::runDictation(QByteArray wav, Setting
                                                          CancellationToken token)
 {
     QPointer<CaptureSessionController> self(this);
-    const QString raw = co_await m_services.backend.transcribe(std::move(wav), settings.cleanupEnabled, token);
+    const QString raw =
+        co_await m_services.backend.transcribe(std::move(wav), settings.cleanupEnabled, token);
     if (isGone(self, token))
         co_return;
     const QString text = Text::trimmed(raw);
@@ -253,7 +256,8 @@ QCoro::Task<void> CaptureSessionController::runAsk(QByteArray wav, QString askCo
                                                    CancellationToken token)
 {
     QPointer<CaptureSessionController> self(this);
-    const QString question = Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
+    const QString question =
+        Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
     if (isGone(self, token))
         co_return;
     if (question.isEmpty()) {
@@ -269,15 +273,17 @@ QCoro::Task<void> CaptureSessionController::runAsk(QByteArray wav, QString askCo
     m_model.log(QStringLiteral("❓ Asked: ") + quoted(question));
     m_services.hud.startStreaming(question);
 
-    const QString answer = co_await m_services.backend.ask(question, askContext, m_services.apps.names(),
-                                                           deltaHandler(token), actionHandler(token), token);
+    const QString answer =
+        co_await m_services.backend.ask(question, askContext, m_services.apps.names(),
+                                        deltaHandler(token), actionHandler(token), token);
     if (isGone(self, token))
         co_return;
     finishAskStream(answer, question);
     m_services.history.refreshChat();
 }
 
-QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav, std::optional<ScreenshotTask> screenshot,
+QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav,
+                                                      std::optional<ScreenshotTask> screenshot,
                                                       CancellationToken token)
 {
     QPointer<CaptureSessionController> self(this);
@@ -295,14 +301,16 @@ QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav, std::optio
         // Without a picture the question is pointless: the audio is never sent.
         endIdle();
         m_model.log(QStringLiteral("Screen capture failed — likely Screen Recording permission."));
-        m_services.hud.showError(QStringLiteral("Couldn't capture the screen. Enable Screen Recording for Ovrin "
-                                                "in System Settings → Privacy & Security, then try again."));
+        m_services.hud.showError(
+            QStringLiteral("Couldn't capture the screen. Enable Screen Recording for Ovrin "
+                           "in System Settings → Privacy & Security, then try again."));
         m_services.shell.openPrivacySettings(QStringLiteral("Privacy_ScreenCapture"));
         m_services.cues.play(Cue::fail);
         co_return;
     }
 
-    const QString spoken = Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
+    const QString spoken =
+        Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
     if (isGone(self, token))
         co_return;
     m_model.log(spoken.isEmpty() ? QStringLiteral("◳ Asking about the screen (no question)…")
@@ -310,7 +318,8 @@ QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav, std::optio
     const QString question = spoken.isEmpty() ? QStringLiteral("What's on my screen?") : spoken;
     m_services.hud.startStreaming(question);
 
-    const QString answer = co_await m_services.backend.askImage(question, *jpeg, deltaHandler(token), token);
+    const QString answer =
+        co_await m_services.backend.askImage(question, *jpeg, deltaHandler(token), token);
     if (isGone(self, token))
         co_return;
     finishAskStream(answer, question);
@@ -330,7 +339,8 @@ SessionBackend::DeltaHandler CaptureSessionController::deltaHandler(const Cancel
     };
 }
 
-SessionBackend::ActionHandler CaptureSessionController::actionHandler(const CancellationToken &token)
+SessionBackend::ActionHandler
+CaptureSessionController::actionHandler(const CancellationToken &token)
 {
     QPointer<CaptureSessionController> self(this);
     return [self, token](const QString &type, const QString &name) {
@@ -402,10 +412,12 @@ void CaptureSessionController::handleResult(const QString &rawText, const Settin
     m_model.log(QStringLiteral("Pasted into focused app."));
     setStatus(QStringLiteral("Pasted ✓"));
     QPointer<CaptureSessionController> self(this);
-    m_services.corrections.startWatching(text, [self](const QString &heard, const QString &corrected) {
+    m_services.corrections.startWatching(text, [self](const QString &heard,
+                                                      const QString &corrected) {
         if (!self)
             return;
-        self->m_model.log(QStringLiteral("✎ Correction detected: %1 → %2").arg(quoted(heard), quoted(corrected)));
+        self->m_model.log(
+            QStringLiteral("✎ Correction detected: %1 → %2").arg(quoted(heard), quoted(corrected)));
         self->m_services.corrections.showPrompt(heard, corrected);
     });
 }
@@ -431,8 +443,8 @@ void CaptureSessionController::watchdogFired()
     m_transcribeTask.cancel();
     endIdle();
     m_model.log(QStringLiteral("⏱ Timed out — no response from the backend."));
-    m_services.hud.showError(
-        QStringLiteral("This is taking longer than expected. Make sure the backend is running, then try again."));
+    m_services.hud.showError(QStringLiteral(
+        "This is taking longer than expected. Make sure the backend is running, then try again."));
     m_services.cues.play(Cue::fail);
 }
 

@@ -29,8 +29,9 @@ public:
     static constexpr double screenshotMaxDimension = 1568;
     static constexpr double screenshotQuality = 0.6;
 
-    CaptureSessionController(SessionServices services, AppModel &model, PermissionProbe &permissions,
-                             Scheduler &scheduler, QObject *parent = nullptr);
+    CaptureSessionController(SessionServices services, AppModel &model,
+                             PermissionProbe &permissions, Scheduler &scheduler,
+                             QObject *parent = nullptr);
     ~CaptureSessionController() override;
 
     SessionState state() const { return m_state; }
@@ -67,8 +68,9 @@ private:
     void failSession(CaptureMode mode, const QString &description);
     static bool isGone(const QObject *self, const CancellationToken &token);
 
-    QCoro::Task<void> runSession(CaptureMode mode, QByteArray wav, Settings settings, QString askContext,
-                                 std::optional<ScreenshotTask> screenshot, CancellationToken token);
+    QCoro::Task<void> runSession(CaptureMode mode, QByteArray wav, Settings settings,
+                                 QString askContext, std::optional<ScreenshotTask> screenshot,
+                                 CancellationToken token);
     QCoro::Task<void> runDictation(QByteArray wav, Settings settings, CancellationToken token);
     QCoro::Task<void> runAsk(QByteArray wav, QString askContext, CancellationToken token);
     QCoro::Task<void> runScreen(QByteArray wav, std::optional<ScreenshotTask> screenshot,

@@ -22,5 +22,5 @@ QCoro::Task<bool> HttpBackendHealth::health()
     std::unique_ptr<QNetworkReply> reply(m_network.get(request));
     co_await reply.get();
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    co_return reply->error() == QNetworkReply::NoError && status >= 200 && status <= 299;
+    co_return reply->error() == QNetworkReply::NoError &&status >= 200 && status <= 299;
 }

@@ -6,8 +6,7 @@
 
 LaunchAtLoginManager::LaunchAtLoginManager(LoginItem &loginItem, QSettings &defaults)
     : m_loginItem(loginItem), m_defaults(defaults)
-{
-}
+{}
 
 bool LaunchAtLoginManager::isEnabled() const
 {

@@ -19,7 +19,8 @@ public:
     using ActionHandler = std::function<void(const QString &type, const QString &name)>;
 
     virtual ~SessionBackend() = default;
-    virtual QCoro::Task<QString> transcribe(QByteArray wav, bool cleanup, CancellationToken token) = 0;
+    virtual QCoro::Task<QString> transcribe(QByteArray wav, bool cleanup,
+                                            CancellationToken token) = 0;
     // Streams the answer through `onDelta` and returns the final answer ("" when none came).
     virtual QCoro::Task<QString> ask(QString question, QString context, QStringList apps,
                                      DeltaHandler onDelta, ActionHandler onAction,

@@ -2,8 +2,7 @@
 
 DescribedError::DescribedError(QString description)
     : m_description(std::move(description)), m_utf8(m_description.toUtf8())
-{
-}
+{}
 
 QString DescribedError::describe(const std::exception_ptr &error)
 {

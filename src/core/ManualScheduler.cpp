@@ -34,9 +34,10 @@ void ManualScheduler::advance(double seconds)
     const double target = m_clock.now() + std::max(seconds, 0.0);
     for (;;) {
         std::erase_if(m_items, [](const Item &item) { return !item.entry->isActive(); });
-        auto next = std::min_element(m_items.begin(), m_items.end(), [](const Item &a, const Item &b) {
-            return a.due < b.due || (a.due == b.due && a.order < b.order);
-        });
+        auto next =
+            std::min_element(m_items.begin(), m_items.end(), [](const Item &a, const Item &b) {
+                return a.due < b.due || (a.due == b.due && a.order < b.order);
+            });
         if (next == m_items.end() || next->due > target)
             break;
         auto entry = next->entry;

@@ -13,8 +13,7 @@ class QtTimerEntry : public TimerEntry
 public:
     QtTimerEntry(std::function<void()> callback, bool repeating, QTimer *timer)
         : TimerEntry(std::move(callback), repeating), m_timer(timer)
-    {
-    }
+    {}
 
 protected:
     void onCancel() override

@@ -2,8 +2,7 @@
 
 TimerEntry::TimerEntry(std::function<void()> callback, bool repeating)
     : m_callback(std::move(callback)), m_repeating(repeating)
-{
-}
+{}
 
 void TimerEntry::cancel()
 {

@@ -8,8 +8,7 @@
 
 Shortcut::Shortcut(Flags modifiers, std::optional<int> keyCode, std::optional<QString> keyLabel)
     : modifiers(modifiers), keyCode(keyCode), keyLabel(std::move(keyLabel))
-{
-}
+{}
 
 QString Shortcut::displayName() const
 {
@@ -79,15 +78,16 @@ std::optional<Shortcut> Shortcut::decode(const QJsonValue &value)
     const QJsonObject object = value.toObject();
 
     // Integers beyond 2^53 cannot be told apart in JSON's double; no modifier bit is that high.
-    const auto modifiers = integral(object.value(QStringLiteral("modifiers")), 0, 9007199254740992.0);
+    const auto modifiers =
+        integral(object.value(QStringLiteral("modifiers")), 0, 9007199254740992.0);
     if (!modifiers)
         return std::nullopt;
     Shortcut shortcut(static_cast<Flags>(*modifiers));
 
     const QJsonValue keyCode = object.value(QStringLiteral("keyCode"));
     if (!keyCode.isUndefined() && !keyCode.isNull()) {
-        const auto code = integral(keyCode, std::numeric_limits<int>::min(),
-                                   std::numeric_limits<int>::max());
+        const auto code =
+            integral(keyCode, std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
         if (!code)
             return std::nullopt;
         shortcut.keyCode = static_cast<int>(*code);

@@ -13,8 +13,14 @@ public:
 
     static HUDMode recording(CaptureMode mode) { return HUDMode(Kind::recording, mode, {}); }
     static HUDMode processing(CaptureMode mode) { return HUDMode(Kind::processing, mode, {}); }
-    static HUDMode response(QString text) { return HUDMode(Kind::response, CaptureMode::paste, std::move(text)); }
-    static HUDMode error(QString text) { return HUDMode(Kind::error, CaptureMode::paste, std::move(text)); }
+    static HUDMode response(QString text)
+    {
+        return HUDMode(Kind::response, CaptureMode::paste, std::move(text));
+    }
+    static HUDMode error(QString text)
+    {
+        return HUDMode(Kind::error, CaptureMode::paste, std::move(text));
+    }
     static HUDMode hidden() { return HUDMode(Kind::hidden, CaptureMode::paste, {}); }
 
     Kind kind() const { return m_kind; }
@@ -29,7 +35,9 @@ public:
     friend bool operator==(const HUDMode &, const HUDMode &) = default;
 
 private:
-    HUDMode(Kind kind, CaptureMode mode, QString text) : m_kind(kind), m_mode(mode), m_text(std::move(text)) {}
+    HUDMode(Kind kind, CaptureMode mode, QString text)
+        : m_kind(kind), m_mode(mode), m_text(std::move(text))
+    {}
 
     Kind m_kind;
     CaptureMode m_mode;

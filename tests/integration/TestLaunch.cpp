@@ -50,8 +50,11 @@ public:
                                    QStringLiteral("1024x768x24"), QStringLiteral("-nolisten"),
                                    QStringLiteral("tcp")});
             const QString socket = QStringLiteral("/tmp/.X11-unix/X%1").arg(n);
-            if (waitFor([&] { return QFile::exists(socket) || m_process.state() == QProcess::NotRunning; },
-                        10000) &&
+            if (waitFor(
+                    [&] {
+                        return QFile::exists(socket) || m_process.state() == QProcess::NotRunning;
+                    },
+                    10000) &&
                 m_process.state() == QProcess::Running)
                 return true;
         }
@@ -130,7 +133,8 @@ void TestLaunch::survivesBareXServerAndQuitsOnSigterm()
 
     Ovrin ovrin;
     ovrin.start(environment);
-    QVERIFY2(waitFor([&] { return ovrin.said("Ovrin: Launched."); }, 15000), ovrin.output.constData());
+    QVERIFY2(waitFor([&] { return ovrin.said("Ovrin: Launched."); }, 15000),
+             ovrin.output.constData());
     QVERIFY2(ovrin.said("Ovrin: No system tray found"), ovrin.output.constData());
     QVERIFY2(ovrin.said("Ovrin: No D-Bus session bus"), ovrin.output.constData());
 
@@ -142,14 +146,17 @@ void TestLaunch::survivesBareXServerAndQuitsOnSigterm()
 
 void TestLaunch::launchesInFullSession()
 {
-    const bool haveSession = !qEnvironmentVariableIsEmpty("DISPLAY") &&
-                             qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").startsWith(u"unix:path=") &&
-                             QFile::exists(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").mid(10));
-    OVRIN_REQUIRE_SERVICE(haveSession, QStringLiteral("the test desktop session (X, D-Bus, tray host)"));
+    const bool haveSession =
+        !qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").startsWith(u"unix:path=") &&
+        QFile::exists(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").mid(10));
+    OVRIN_REQUIRE_SERVICE(haveSession,
+                          QStringLiteral("the test desktop session (X, D-Bus, tray host)"));
     QTemporaryDir home;
     Ovrin ovrin;
     ovrin.start(scratchEnvironment(home));
-    QVERIFY2(waitFor([&] { return ovrin.said("Ovrin: Launched."); }, 15000), ovrin.output.constData());
+    QVERIFY2(waitFor([&] { return ovrin.said("Ovrin: Launched."); }, 15000),
+             ovrin.output.constData());
     QVERIFY2(!ovrin.said("No system tray found"), ovrin.output.constData());
     QVERIFY2(!ovrin.said("No D-Bus session bus"), ovrin.output.constData());
     QTest::qWait(500);

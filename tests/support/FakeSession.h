@@ -25,7 +25,10 @@ Q_SIGNALS:
 struct FakeRecorder : SessionRecorder
 {
     explicit FakeRecorder(QStringList &events) : events(events) {}
-    void setLevelHandler(std::function<void(float)> handler) override { levelHandler = std::move(handler); }
+    void setLevelHandler(std::function<void(float)> handler) override
+    {
+        levelHandler = std::move(handler);
+    }
     bool start(QString &errorDescription) override
     {
         events << QStringLiteral("recorder.start");
@@ -50,12 +53,24 @@ struct FakeRecorder : SessionRecorder
 struct FakeHud : SessionHud
 {
     explicit FakeHud(QStringList &events) : events(events) {}
-    void show(const HUDMode &mode) override { events << QStringLiteral("hud.show ") + mode.toString(); }
+    void show(const HUDMode &mode) override
+    {
+        events << QStringLiteral("hud.show ") + mode.toString();
+    }
     void setLevel(float level) override { levels << level; }
-    void showError(const QString &message) override { events << QStringLiteral("hud.error ") + message; }
+    void showError(const QString &message) override
+    {
+        events << QStringLiteral("hud.error ") + message;
+    }
     void hide() override { events << QStringLiteral("hud.hide"); }
-    void startStreaming(const QString &question) override { events << QStringLiteral("hud.stream ") + question; }
-    void appendStreaming(const QString &delta) override { events << QStringLiteral("hud.delta ") + delta; }
+    void startStreaming(const QString &question) override
+    {
+        events << QStringLiteral("hud.stream ") + question;
+    }
+    void appendStreaming(const QString &delta) override
+    {
+        events << QStringLiteral("hud.delta ") + delta;
+    }
     void finishStreaming(const QString &followUp, const QString &finalText) override
     {
         events << QStringLiteral("hud.finish %1 | %2").arg(followUp, finalText);
@@ -86,10 +101,12 @@ struct FakeBackend : SessionBackend
         token.onCancel([this] { events << QStringLiteral("backend.cancelled"); });
         co_return co_await play(transcribeCall, {}, {});
     }
-    QCoro::Task<QString> ask(QString question, QString context, QStringList apps, DeltaHandler onDelta,
-                             ActionHandler onAction, CancellationToken) override
+    QCoro::Task<QString> ask(QString question, QString context, QStringList apps,
+                             DeltaHandler onDelta, ActionHandler onAction,
+                             CancellationToken) override
     {
-        events << QStringLiteral("backend.ask %1 | %2 | %3").arg(question, context, apps.join(u','));
+        events
+            << QStringLiteral("backend.ask %1 | %2 | %3").arg(question, context, apps.join(u','));
         co_return co_await play(askCall, onDelta, onAction);
     }
     QCoro::Task<QString> askImage(QString question, QByteArray jpeg, DeltaHandler onDelta,
@@ -131,7 +148,10 @@ struct FakeTextOutput : TextOutput
 {
     explicit FakeTextOutput(QStringList &events) : events(events) {}
     void paste(const QString &text) override { events << QStringLiteral("paste ") + text; }
-    void copyToClipboard(const QString &text) override { events << QStringLiteral("clipboard ") + text; }
+    void copyToClipboard(const QString &text) override
+    {
+        events << QStringLiteral("clipboard ") + text;
+    }
     QStringList &events;
 };
 
@@ -151,7 +171,8 @@ struct FakeSelection : SelectionSource
 struct FakeScreenshots : ScreenshotSource
 {
     explicit FakeScreenshots(QStringList &events) : events(events) {}
-    QCoro::Task<std::optional<QByteArray>> captureActiveDisplay(double maxDimension, double quality) override
+    QCoro::Task<std::optional<QByteArray>> captureActiveDisplay(double maxDimension,
+                                                                double quality) override
     {
         events << QStringLiteral("screenshot %1 %2").arg(maxDimension).arg(quality);
         // A copy: QCoro's co_return of an lvalue moves from it.
@@ -223,7 +244,10 @@ struct FakeShell : StatusShell
     void setStatusText(const QString &text) override { events << QStringLiteral("status ") + text; }
     void updateStatusIcon(SessionState state) override { icons << state; }
     void showMainWindow() override { events << QStringLiteral("window.show"); }
-    void openPrivacySettings(const QString &page) override { events << QStringLiteral("privacy ") + page; }
+    void openPrivacySettings(const QString &page) override
+    {
+        events << QStringLiteral("privacy ") + page;
+    }
     QStringList &events;
     QList<SessionState> icons;
 };
@@ -248,7 +272,7 @@ struct FakeSession
 
     SessionServices services()
     {
-        return {recorder, hud,   backend, text,    selection, screenshots, apps,
-                corrections, cues, signIn, history, settings,  shell};
+        return {recorder,    hud,  backend, text,    selection, screenshots, apps,
+                corrections, cues, signIn,  history, settings,  shell};
     }
 };

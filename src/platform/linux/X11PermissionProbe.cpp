@@ -13,8 +13,9 @@ namespace {
 
 QDBusMessage busAddressCall()
 {
-    return QDBusMessage::createMethodCall(QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-                                          QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
+    return QDBusMessage::createMethodCall(
+        QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
+        QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
 }
 
 bool isBusAddress(const QDBusMessage &reply)

@@ -8,31 +8,53 @@
 
 namespace {
 
-// Quoting rules of the Exec key: arguments with reserved characters go in double
-// quotes, inside which ", `, $ and \ are escaped with a backslash.
-QString execArgument(const QString &path)
+// The Exec value is unescaped twice: first as a string value (backslash escapes), then as
+// a command line (double quotes, inside which ", `, $ and \ take a backslash). A literal
+// % is written %% because % starts a field code.
+QString execValue(const QString &path)
 {
     static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
     bool needsQuotes = false;
     for (QChar c : path)
         needsQuotes = needsQuotes || reserved.contains(c);
-    if (!needsQuotes)
-        return path;
-    QString quoted;
-    for (QChar c : path) {
-        if (c == u'"' || c == u'`' || c == u'$' || c == u'\\')
-            quoted += u'\\';
-        quoted += c;
+    QString argument;
+    if (needsQuotes) {
+        for (QChar c : path) {
+            if (c == u'"' || c == u'`' || c == u'$' || c == u'\\')
+                argument += u'\\';
+            argument += c;
+        }
+        argument = u'"' + argument + u'"';
+    } else {
+        argument = path;
     }
-    return u'"' + quoted + u'"';
+    QString value;
+    for (QChar c : argument) {
+        if (c == u'\\')
+            value += QStringLiteral("\\\\");
+        else if (c == u'%')
+            value += QStringLiteral("%%");
+        else if (c == u'\n')
+            value += QStringLiteral("\\n");
+        else
+            value += c;
+    }
+    return value;
 }
 
+// The value of `key` in the [Desktop Entry] group; spaces around "=" are ignored.
 QString readKey(const QString &contents, const QString &key)
 {
-    const QString prefix = key + u'=';
-    for (const QString &line : contents.split(u'\n')) {
-        if (line.startsWith(prefix))
-            return line.mid(prefix.size()).trimmed();
+    bool inEntryGroup = false;
+    for (const QString &rawLine : contents.split(u'\n')) {
+        const QString line = rawLine.trimmed();
+        if (line.startsWith(u'[')) {
+            inEntryGroup = line == u"[Desktop Entry]";
+            continue;
+        }
+        const qsizetype equals = line.indexOf(u'=');
+        if (inEntryGroup && equals > 0 && line.left(equals).trimmed() == key)
+            return line.mid(equals + 1).trimmed();
     }
     return {};
 }
@@ -91,7 +113,7 @@ bool XdgAutostartLoginItem::setEnabled(bool on, QString &error)
                                          "Icon=com.ovrin.app\n"
                                          "Terminal=false\n"
                                          "X-GNOME-Autostart-enabled=true\n")
-                              .arg(execArgument(m_executable));
+                              .arg(execValue(m_executable));
     file.write(entry.toUtf8());
     if (!file.commit()) {
         error = QStringLiteral("Couldn't write %1: %2").arg(entryPath(), file.errorString());

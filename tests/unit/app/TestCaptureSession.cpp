@@ -89,11 +89,14 @@ void TestCaptureSession::startByMode_data()
     QTest::addColumn<QString>("pressed");
     QTest::addColumn<QString>("started");
     QTest::addColumn<QString>("status");
-    QTest::newRow("dictation") << CaptureMode::paste << "▼ Dictation key pressed" << "● Recording started"
+    QTest::newRow("dictation") << CaptureMode::paste << "▼ Dictation key pressed"
+                               << "● Recording started"
                                << "Listening…";
-    QTest::newRow("ask") << CaptureMode::ask << "▼ Ask-AI key pressed" << "● Recording (Ask AI)…"
+    QTest::newRow("ask") << CaptureMode::ask << "▼ Ask-AI key pressed"
+                         << "● Recording (Ask AI)…"
                          << "Listening (Ask AI)…";
-    QTest::newRow("screen") << CaptureMode::screen << "▼ Read-screen key pressed" << "● Recording (Read screen)…"
+    QTest::newRow("screen") << CaptureMode::screen << "▼ Read-screen key pressed"
+                            << "● Recording (Read screen)…"
                             << "Listening (Read screen)…";
 }
 
@@ -113,7 +116,9 @@ void TestCaptureSession::startByMode()
     QStringList expected{"corrections.stop", "prompt.hide"};
     if (mode == CaptureMode::screen)
         expected << "screenshot 1568 0.6";
-    expected << "recorder.start" << "hud.show recording(" + captureModeName(mode) + ")" << "cue.start"
+    expected << "recorder.start"
+             << "hud.show recording(" + captureModeName(mode) + ")"
+             << "cue.start"
              << "status " + status;
     QCOMPARE(rig.take(), expected);
     QCOMPARE(rig.controller.captureMode(), mode);
@@ -137,21 +142,23 @@ void TestCaptureSession::startRefusals_data()
         << false << MicrophoneAuthorization::authorized << QString()
         << QStringList{"Not signed in — opening Ovrin to log in."}
         << stopWatch + QStringList{"hud.error Sign in to Ovrin to use dictation.", "window.show"};
-    const QStringList refused{"hud.error Microphone access is required. Enable it in System Settings → "
-                              "Privacy & Security → Microphone.",
-                              "status Microphone access needed"};
-    QTest::newRow("microphone denied") << true << MicrophoneAuthorization::denied << QString()
-                                       << QStringList{"Cannot record: microphone permission not granted."}
-                                       << stopWatch + refused;
-    QTest::newRow("microphone restricted") << true << MicrophoneAuthorization::restricted << QString()
-                                           << QStringList{"Cannot record: microphone permission not granted."}
-                                           << stopWatch + refused;
-    QTest::newRow("recorder fails") << true << MicrophoneAuthorization::authorized << "No input device"
-                                    << QStringList{"ERROR starting recorder: No input device"}
-                                    << stopWatch + QStringList{"recorder.start",
-                                                               "hud.error Couldn't start the microphone: "
-                                                               "No input device",
-                                                               "cue.fail", "status Mic error: No input device"};
+    const QStringList refused{
+        "hud.error Microphone access is required. Enable it in System Settings → "
+        "Privacy & Security → Microphone.",
+        "status Microphone access needed"};
+    QTest::newRow("microphone denied")
+        << true << MicrophoneAuthorization::denied << QString()
+        << QStringList{"Cannot record: microphone permission not granted."} << stopWatch + refused;
+    QTest::newRow("microphone restricted")
+        << true << MicrophoneAuthorization::restricted << QString()
+        << QStringList{"Cannot record: microphone permission not granted."} << stopWatch + refused;
+    QTest::newRow("recorder fails")
+        << true << MicrophoneAuthorization::authorized << "No input device"
+        << QStringList{"ERROR starting recorder: No input device"}
+        << stopWatch + QStringList{"recorder.start",
+                                   "hud.error Couldn't start the microphone: "
+                                   "No input device",
+                                   "cue.fail", "status Mic error: No input device"};
 }
 
 void TestCaptureSession::startRefusals()
@@ -227,11 +234,13 @@ void TestCaptureSession::noAudio()
     rig.fake.recorder.take.reset();
     rig.release();
     EXPECT_IDLE(rig);
-    QCOMPARE(rig.fake.shell.icons,
-             (QList<SessionState>{SessionState::recording, SessionState::working, SessionState::idle}));
+    QCOMPARE(
+        rig.fake.shell.icons,
+        (QList<SessionState>{SessionState::recording, SessionState::working, SessionState::idle}));
     QCOMPARE(rig.log(), (QStringList{"▲ Key released", "No audio captured (empty buffer)."}));
-    QCOMPARE(rig.take(), (QStringList{"hud.show processing(paste)", "cue.stop", "recorder.stop", "hud.hide",
-                                      "status Transcribing…", "status No audio captured"}));
+    QCOMPARE(rig.take(),
+             (QStringList{"hud.show processing(paste)", "cue.stop", "recorder.stop", "hud.hide",
+                          "status Transcribing…", "status No audio captured"}));
     rig.scheduler.advance(30);
     QCOMPARE(rig.take(), QStringList{}); // the watchdog was disarmed
 }
@@ -247,13 +256,15 @@ void TestCaptureSession::dictationPastes()
     EXPECT_IDLE(rig);
     QCOMPARE(rig.fake.backend.lastWav, QByteArray("RIFF-take"));
     QCOMPARE(rig.model.lastTranscript(), "hello world");
-    QCOMPARE(rig.log(), (QStringList{"▲ Key released", "■ Recording stopped — 9 bytes of WAV. Sending to backend…",
+    QCOMPARE(rig.log(), (QStringList{"▲ Key released",
+                                     "■ Recording stopped — 9 bytes of WAV. Sending to backend…",
                                      "✓ Transcript: \"hello world\"", "Pasted into focused app."}));
-    QCOMPARE(rig.take(),
-             (QStringList{"hud.show processing(paste)", "cue.stop", "recorder.stop", "backend.transcribe cleanup=true",
-                          "hud.hide", "cue.done", "paste hello world", "corrections.start hello world",
-                          "backend.addHistory dictation | hello world", "history.refresh transcripts",
-                          "status Transcribing…", "status Pasted ✓"}));
+    QCOMPARE(
+        rig.take(),
+        (QStringList{"hud.show processing(paste)", "cue.stop", "recorder.stop",
+                     "backend.transcribe cleanup=true", "hud.hide", "cue.done", "paste hello world",
+                     "corrections.start hello world", "backend.addHistory dictation | hello world",
+                     "history.refresh transcripts", "status Transcribing…", "status Pasted ✓"}));
 
     // A correction reported later reaches the log and the prompt.
     rig.fake.corrections.onCorrection("teh", "the");
@@ -284,8 +295,9 @@ void TestCaptureSession::emptyTranscript()
     EXPECT_IDLE(rig);
     QCOMPARE(rig.log().last(), "API returned empty transcript.");
     const QStringList events = rig.take();
-    QCOMPARE(events.mid(4), (QStringList{"hud.error Nothing transcribed — no speech detected.", "cue.fail",
-                                         "status Transcribing…", "status Nothing transcribed"}));
+    QCOMPARE(events.mid(4),
+             (QStringList{"hud.error Nothing transcribed — no speech detected.", "cue.fail",
+                          "status Transcribing…", "status Nothing transcribed"}));
     QCOMPARE(rig.model.lastTranscript(), QString());
 }
 
@@ -310,8 +322,8 @@ void TestCaptureSession::backendFailure()
     QCOMPARE(rig.log().last(), "ERROR: Backend error 500: boom");
     const QStringList events = rig.take();
     QCOMPARE(events.mid(events.size() - 4),
-             (QStringList{"hud.error " + prefix + "Backend error 500: boom", "cue.fail", "status Transcribing…",
-                          "status Backend error 500: boom"}));
+             (QStringList{"hud.error " + prefix + "Backend error 500: boom", "cue.fail",
+                          "status Transcribing…", "status Backend error 500: boom"}));
 }
 
 void TestCaptureSession::historyFailureIsInvisible()
@@ -342,10 +354,11 @@ void TestCaptureSession::watchdogEndsHangingSession()
     rig.scheduler.advance(0.2);
     EXPECT_IDLE(rig);
     QCOMPARE(rig.log(), QStringList{"⏱ Timed out — no response from the backend."});
-    QCOMPARE(rig.take(), (QStringList{"backend.cancelled",
-                                      "hud.error This is taking longer than expected. Make sure the backend is "
-                                      "running, then try again.",
-                                      "cue.fail"}));
+    QCOMPARE(rig.take(),
+             (QStringList{"backend.cancelled",
+                          "hud.error This is taking longer than expected. Make sure the backend is "
+                          "running, then try again.",
+                          "cue.fail"}));
 }
 
 void TestCaptureSession::lateAnswerAfterWatchdogIsIgnored_data()
@@ -404,15 +417,19 @@ void TestCaptureSession::askUsesSelection_data()
     QTest::addColumn<QString>("context");
     QTest::addColumn<QString>("logged");
     const QString sixty(60, 'a');
-    QTest::newRow("accessibility") << std::optional<QString>("pick me") << std::optional<QString>("not me")
-                                   << "pick me" << "✎ Using selected text as context (7 chars): \"pick me\"";
-    QTest::newRow("copy fallback") << std::optional<QString>() << std::optional<QString>("copied")
-                                   << "copied" << "✎ Using selected text as context (6 chars): \"copied\"";
+    QTest::newRow("accessibility")
+        << std::optional<QString>("pick me") << std::optional<QString>("not me") << "pick me"
+        << "✎ Using selected text as context (7 chars): \"pick me\"";
+    QTest::newRow("copy fallback")
+        << std::optional<QString>() << std::optional<QString>("copied") << "copied"
+        << "✎ Using selected text as context (6 chars): \"copied\"";
     QTest::newRow("60 whole") << std::optional<QString>(sixty) << std::optional<QString>() << sixty
                               << "✎ Using selected text as context (60 chars): \"" + sixty + "\"";
-    QTest::newRow("61 cut") << std::optional<QString>(sixty + "b") << std::optional<QString>() << sixty + "b"
+    QTest::newRow("61 cut") << std::optional<QString>(sixty + "b") << std::optional<QString>()
+                            << sixty + "b"
                             << "✎ Using selected text as context (61 chars): \"" + sixty + "…\"";
-    QTest::newRow("none") << std::optional<QString>() << std::optional<QString>() << QString() << QString();
+    QTest::newRow("none") << std::optional<QString>() << std::optional<QString>() << QString()
+                          << QString();
 }
 
 void TestCaptureSession::askUsesSelection()
@@ -437,20 +454,26 @@ void TestCaptureSession::askStreamsAnswer()
     Rig rig;
     rig.fake.selection.accessible = "selected";
     rig.fake.backend.transcribeCall.result = " what is this? ";
-    rig.fake.backend.askCall = {" It is a test. \n", {}, false, {"It is ", "a test."},
-                                {{"open_app", "Nowhere"}, {"open_app", "Calendar"}, {"other", "Files"}}};
+    rig.fake.backend.askCall = {
+        " It is a test. \n",
+        {},
+        false,
+        {"It is ", "a test."},
+        {{"open_app", "Nowhere"}, {"open_app", "Calendar"}, {"other", "Files"}}};
     rig.record(CaptureMode::ask);
     rig.release(CaptureMode::ask);
     EXPECT_IDLE(rig);
     QCOMPARE(rig.model.lastTranscript(), "what is this?");
-    QCOMPARE(rig.log().mid(2), (QStringList{"❓ Asked: \"what is this?\"", "⚠️ Couldn't find app: Nowhere",
-                                            "🚀 Opened Calendar", "✓ AI answered."}));
+    QCOMPARE(rig.log().mid(2),
+             (QStringList{"❓ Asked: \"what is this?\"", "⚠️ Couldn't find app: Nowhere",
+                          "🚀 Opened Calendar", "✓ AI answered."}));
     QCOMPARE(rig.take().mid(3),
              (QStringList{"backend.transcribe cleanup=false", "hud.stream what is this?",
-                          "backend.ask what is this? | selected | Calendar,Files", "hud.delta It is ",
-                          "hud.delta a test.", "clipboard It is a test.",
-                          "hud.finish fn + Control (Globe⌃) | It is a test.", "cue.done", "history.refresh chat",
-                          "status Transcribing…", "status Answered ✓ (copied to clipboard)"}));
+                          "backend.ask what is this? | selected | Calendar,Files",
+                          "hud.delta It is ", "hud.delta a test.", "clipboard It is a test.",
+                          "hud.finish fn + Control (Globe⌃) | It is a test.", "cue.done",
+                          "history.refresh chat", "status Transcribing…",
+                          "status Answered ✓ (copied to clipboard)"}));
 }
 
 void TestCaptureSession::askSilenceAndEmptyAnswer()
@@ -463,8 +486,9 @@ void TestCaptureSession::askSilenceAndEmptyAnswer()
     QCOMPARE(rig.log().last(), "Nothing heard for the AI.");
     QStringList events = rig.take();
     QVERIFY(!events.join('\n').contains("backend.ask"));
-    QCOMPARE(events.mid(events.size() - 4), (QStringList{"hud.error Didn't catch that — no speech detected.",
-                                                         "cue.fail", "status Transcribing…", "status Nothing heard"}));
+    QCOMPARE(events.mid(events.size() - 4),
+             (QStringList{"hud.error Didn't catch that — no speech detected.", "cue.fail",
+                          "status Transcribing…", "status Nothing heard"}));
 
     rig.fake.backend.transcribeCall.result = "question";
     rig.fake.backend.askCall.result = " \n ";
@@ -507,9 +531,10 @@ void TestCaptureSession::screenWithoutPicture()
     QCOMPARE(rig.log().last(), "Screen capture failed — likely Screen Recording permission.");
     const QStringList events = rig.take();
     QVERIFY(!events.join('\n').contains("backend."));
-    QCOMPARE(events.mid(3, 3), (QStringList{"hud.error Couldn't capture the screen. Enable Screen Recording for "
-                                            "Ovrin in System Settings → Privacy & Security, then try again.",
-                                            "privacy Privacy_ScreenCapture", "cue.fail"}));
+    QCOMPARE(events.mid(3, 3),
+             (QStringList{"hud.error Couldn't capture the screen. Enable Screen Recording for "
+                          "Ovrin in System Settings → Privacy & Security, then try again.",
+                          "privacy Privacy_ScreenCapture", "cue.fail"}));
 }
 
 void TestCaptureSession::copyTranscript()
