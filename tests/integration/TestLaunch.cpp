@@ -2,7 +2,6 @@
 // a desktop without tray host or D-Bus, and shuts down cleanly on SIGTERM.
 #include "support/TestEnvironment.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
@@ -30,35 +29,25 @@ class BareXServer
 public:
     ~BareXServer()
     {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.terminate();
-            m_process.waitForFinished(3000);
-        }
+        m_process.terminate();
+        m_process.waitForFinished(3000);
     }
-
     bool start()
     {
         const QString xvfb = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
         if (xvfb.isEmpty())
             return false;
-        for (int n = 170; n < 200; ++n) {
-            if (QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)) ||
-                QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(n)))
-                continue;
-            m_display = QStringLiteral(":%1").arg(n);
-            m_process.start(xvfb, {m_display, QStringLiteral("-screen"), QStringLiteral("0"),
-                                   QStringLiteral("1024x768x24"), QStringLiteral("-nolisten"),
-                                   QStringLiteral("tcp")});
-            const QString socket = QStringLiteral("/tmp/.X11-unix/X%1").arg(n);
-            if (waitFor(
-                    [&] {
-                        return QFile::exists(socket) || m_process.state() == QProcess::NotRunning;
-                    },
-                    10000) &&
-                m_process.state() == QProcess::Running)
-                return true;
-        }
-        return false;
+        // Xvfb picks a free display and writes its number to the given descriptor.
+        m_process.start(xvfb,
+                        {"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp"});
+        if (!waitFor(
+                [&] {
+                    return m_process.canReadLine() || m_process.state() == QProcess::NotRunning;
+                },
+                10000))
+            return false;
+        m_display = u':' + QString::fromLatin1(m_process.readLine().trimmed());
+        return m_process.state() == QProcess::Running && m_display.size() > 1;
     }
     QString display() const { return m_display; }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-// Fakes for every neighbour of a capture session. Each records what it was asked to do in
+// Fakes for every neighbour of a capture session. Each writes what it was asked to do to
 // one shared, ordered event list, so a test can assert a whole row of effects at once.
 
 #include "app/SessionServices.h"
@@ -12,7 +12,7 @@
 
 #include <optional>
 
-// Releases a fake call that was told to hang.
+// Releases the fake backend calls that were told to hang.
 class Gate : public QObject
 {
     Q_OBJECT
@@ -22,65 +22,48 @@ Q_SIGNALS:
     void released();
 };
 
-struct FakeRecorder : SessionRecorder
+struct Noting
 {
-    explicit FakeRecorder(QStringList &events) : events(events) {}
-    void setLevelHandler(std::function<void(float)> handler) override
-    {
-        levelHandler = std::move(handler);
-    }
+    QStringList *events = nullptr;
+    void note(const QString &event) const { *events << event; }
+};
+
+struct FakeRecorder : SessionRecorder, Noting
+{
+    void setLevelHandler(std::function<void(float)> handler) override { levelHandler = handler; }
     bool start(QString &errorDescription) override
     {
-        events << QStringLiteral("recorder.start");
-        if (startError) {
-            errorDescription = *startError;
-            return false;
-        }
-        return true;
+        note("recorder.start");
+        errorDescription = startError.value_or(QString());
+        return !startError;
     }
     std::optional<QByteArray> stop() override
     {
-        events << QStringLiteral("recorder.stop");
+        note("recorder.stop");
         return take;
     }
 
-    QStringList &events;
     std::function<void(float)> levelHandler;
     std::optional<QString> startError;
     std::optional<QByteArray> take = QByteArray("RIFF-take");
 };
 
-struct FakeHud : SessionHud
+struct FakeHud : SessionHud, Noting
 {
-    explicit FakeHud(QStringList &events) : events(events) {}
-    void show(const HUDMode &mode) override
-    {
-        events << QStringLiteral("hud.show ") + mode.toString();
-    }
+    void show(const HUDMode &mode) override { note("hud.show " + mode.toString()); }
     void setLevel(float level) override { levels << level; }
-    void showError(const QString &message) override
+    void showError(const QString &message) override { note("hud.error " + message); }
+    void hide() override { note("hud.hide"); }
+    void startStreaming(const QString &question) override { note("hud.stream " + question); }
+    void appendStreaming(const QString &delta) override { note("hud.delta " + delta); }
+    void finishStreaming(const QString &followUp, const QString &text) override
     {
-        events << QStringLiteral("hud.error ") + message;
+        note("hud.finish " + followUp + " | " + text);
     }
-    void hide() override { events << QStringLiteral("hud.hide"); }
-    void startStreaming(const QString &question) override
-    {
-        events << QStringLiteral("hud.stream ") + question;
-    }
-    void appendStreaming(const QString &delta) override
-    {
-        events << QStringLiteral("hud.delta ") + delta;
-    }
-    void finishStreaming(const QString &followUp, const QString &finalText) override
-    {
-        events << QStringLiteral("hud.finish %1 | %2").arg(followUp, finalText);
-    }
-
-    QStringList &events;
     QList<float> levels;
 };
 
-// A scripted backend call: an immediate answer or failure, or a hang until the gate opens.
+// One scripted backend call: an answer or a failure, at once or when the gate opens.
 struct ScriptedCall
 {
     QString result{};
@@ -90,34 +73,31 @@ struct ScriptedCall
     QList<QPair<QString, QString>> actions{};
 };
 
-struct FakeBackend : SessionBackend
+struct FakeBackend : SessionBackend, Noting
 {
-    explicit FakeBackend(QStringList &events) : events(events) {}
-
     QCoro::Task<QString> transcribe(QByteArray wav, bool cleanup, CancellationToken token) override
     {
-        events << QStringLiteral("backend.transcribe cleanup=%1").arg(cleanup ? u"true" : u"false");
+        note(cleanup ? "backend.transcribe cleanup" : "backend.transcribe");
         lastWav = wav;
-        token.onCancel([this] { events << QStringLiteral("backend.cancelled"); });
+        token.onCancel([this] { note("backend.cancelled"); });
         co_return co_await play(transcribeCall, {}, {});
     }
     QCoro::Task<QString> ask(QString question, QString context, QStringList apps,
                              DeltaHandler onDelta, ActionHandler onAction,
                              CancellationToken) override
     {
-        events
-            << QStringLiteral("backend.ask %1 | %2 | %3").arg(question, context, apps.join(u','));
+        note("backend.ask " + question + " | " + context + " | " + apps.join(u','));
         co_return co_await play(askCall, onDelta, onAction);
     }
     QCoro::Task<QString> askImage(QString question, QByteArray jpeg, DeltaHandler onDelta,
                                   CancellationToken) override
     {
-        events << QStringLiteral("backend.askImage %1 | %2").arg(question, QString::fromUtf8(jpeg));
+        note("backend.askImage " + question + " | " + QString::fromUtf8(jpeg));
         co_return co_await play(askCall, onDelta, {});
     }
     QCoro::Task<void> addHistory(QString kind, QString text) override
     {
-        events << QStringLiteral("backend.addHistory %1 | %2").arg(kind, text);
+        note("backend.addHistory " + kind + " | " + text);
         if (historyError)
             throw DescribedError(*historyError);
         co_return;
@@ -125,8 +105,10 @@ struct FakeBackend : SessionBackend
 
     QCoro::Task<QString> play(ScriptedCall call, DeltaHandler onDelta, ActionHandler onAction)
     {
-        if (call.hang)
+        if (call.hang) {
             co_await qCoro(&gate, &Gate::released);
+            note("backend.resumed");
+        }
         for (const auto &delta : call.deltas)
             onDelta(delta);
         for (const auto &[type, name] : call.actions)
@@ -136,23 +118,17 @@ struct FakeBackend : SessionBackend
         co_return call.result;
     }
 
-    QStringList &events;
     Gate gate;
-    ScriptedCall transcribeCall{QStringLiteral("hello world")};
-    ScriptedCall askCall{QStringLiteral("the answer")};
+    ScriptedCall transcribeCall{"hello world"};
+    ScriptedCall askCall{"the answer"};
     std::optional<QString> historyError;
     QByteArray lastWav;
 };
 
-struct FakeTextOutput : TextOutput
+struct FakeTextOutput : TextOutput, Noting
 {
-    explicit FakeTextOutput(QStringList &events) : events(events) {}
-    void paste(const QString &text) override { events << QStringLiteral("paste ") + text; }
-    void copyToClipboard(const QString &text) override
-    {
-        events << QStringLiteral("clipboard ") + text;
-    }
-    QStringList &events;
+    void paste(const QString &text) override { note("paste " + text); }
+    void copyToClipboard(const QString &text) override { note("clipboard " + text); }
 };
 
 struct FakeSelection : SelectionSource
@@ -163,59 +139,50 @@ struct FakeSelection : SelectionSource
         ++copyCalls;
         return copied;
     }
-    std::optional<QString> accessible;
-    std::optional<QString> copied;
+    std::optional<QString> accessible, copied;
     int copyCalls = 0;
 };
 
-struct FakeScreenshots : ScreenshotSource
+struct FakeScreenshots : ScreenshotSource, Noting
 {
-    explicit FakeScreenshots(QStringList &events) : events(events) {}
     QCoro::Task<std::optional<QByteArray>> captureActiveDisplay(double maxDimension,
                                                                 double quality) override
     {
-        events << QStringLiteral("screenshot %1 %2").arg(maxDimension).arg(quality);
+        note(QStringLiteral("screenshot %1 %2").arg(maxDimension).arg(quality));
         // A copy: QCoro's co_return of an lvalue moves from it.
         co_return std::optional<QByteArray>(jpeg);
     }
-    QStringList &events;
     std::optional<QByteArray> jpeg = QByteArray("JPEG");
 };
 
 struct FakeApps : AppLauncher
 {
-    QStringList names() override { return installed; }
-    bool open(const QString &name) override { return installed.contains(name); }
-    QStringList installed{QStringLiteral("Calendar"), QStringLiteral("Files")};
+    QStringList names() override { return {"Calendar", "Files"}; }
+    bool open(const QString &name) override { return names().contains(name); }
 };
 
-struct FakeCorrections : CorrectionHooks
+struct FakeCorrections : CorrectionHooks, Noting
 {
-    explicit FakeCorrections(QStringList &events) : events(events) {}
-    void stopWatching() override { events << QStringLiteral("corrections.stop"); }
-    void hidePrompt() override { events << QStringLiteral("prompt.hide"); }
-    void startWatching(const QString &insertedText, CorrectionHandler handler) override
+    void stopWatching() override { note("corrections.stop"); }
+    void hidePrompt() override { note("prompt.hide"); }
+    void startWatching(const QString &text, CorrectionHandler handler) override
     {
-        events << QStringLiteral("corrections.start ") + insertedText;
-        onCorrection = std::move(handler);
+        note("corrections.start " + text);
+        onCorrection = handler;
     }
     void showPrompt(const QString &heard, const QString &corrected) override
     {
-        events << QStringLiteral("prompt.show %1 -> %2").arg(heard, corrected);
+        note("prompt.show " + heard + " -> " + corrected);
     }
-    QStringList &events;
     CorrectionHandler onCorrection;
 };
 
-struct FakeCues : CuePlayer
+struct FakeCues : CuePlayer, Noting
 {
-    explicit FakeCues(QStringList &events) : events(events) {}
     void play(Cue cue) override
     {
-        static const char *names[] = {"start", "stop", "done", "fail"};
-        events << QStringLiteral("cue.") + QLatin1String(names[static_cast<int>(cue)]);
+        note(QStringList{"cue.start", "cue.stop", "cue.done", "cue.fail"}.at(int(cue)));
     }
-    QStringList &events;
 };
 
 struct FakeSignIn : SignInState
@@ -224,12 +191,10 @@ struct FakeSignIn : SignInState
     bool signedIn = true;
 };
 
-struct FakeHistory : HistoryRefresher
+struct FakeHistory : HistoryRefresher, Noting
 {
-    explicit FakeHistory(QStringList &events) : events(events) {}
-    void refreshTranscripts() override { events << QStringLiteral("history.refresh transcripts"); }
-    void refreshChat() override { events << QStringLiteral("history.refresh chat"); }
-    QStringList &events;
+    void refreshTranscripts() override { note("history.refresh transcripts"); }
+    void refreshChat() override { note("history.refresh chat"); }
 };
 
 struct FakeSettings : SettingsSource
@@ -238,17 +203,12 @@ struct FakeSettings : SettingsSource
     Settings settings;
 };
 
-struct FakeShell : StatusShell
+struct FakeShell : StatusShell, Noting
 {
-    explicit FakeShell(QStringList &events) : events(events) {}
-    void setStatusText(const QString &text) override { events << QStringLiteral("status ") + text; }
+    void setStatusText(const QString &text) override { note("status " + text); }
     void updateStatusIcon(SessionState state) override { icons << state; }
-    void showMainWindow() override { events << QStringLiteral("window.show"); }
-    void openPrivacySettings(const QString &page) override
-    {
-        events << QStringLiteral("privacy ") + page;
-    }
-    QStringList &events;
+    void showMainWindow() override { note("window.show"); }
+    void openPrivacySettings(const QString &page) override { note("privacy " + page); }
     QList<SessionState> icons;
 };
 
@@ -256,20 +216,27 @@ struct FakeShell : StatusShell
 struct FakeSession
 {
     QStringList events;
-    FakeRecorder recorder{events};
-    FakeHud hud{events};
-    FakeBackend backend{events};
-    FakeTextOutput text{events};
+    FakeRecorder recorder;
+    FakeHud hud;
+    FakeBackend backend;
+    FakeTextOutput text;
     FakeSelection selection;
-    FakeScreenshots screenshots{events};
+    FakeScreenshots screenshots;
     FakeApps apps;
-    FakeCorrections corrections{events};
-    FakeCues cues{events};
+    FakeCorrections corrections;
+    FakeCues cues;
     FakeSignIn signIn;
-    FakeHistory history{events};
+    FakeHistory history;
     FakeSettings settings;
-    FakeShell shell{events};
+    FakeShell shell;
 
+    FakeSession()
+    {
+        for (Noting *fake :
+             std::initializer_list<Noting *>{&recorder, &hud, &backend, &text, &screenshots,
+                                             &corrections, &cues, &history, &shell})
+            fake->events = &events;
+    }
     SessionServices services()
     {
         return {recorder,    hud,  backend, text,    selection, screenshots, apps,

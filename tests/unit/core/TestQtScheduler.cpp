@@ -7,31 +7,20 @@ class TestQtScheduler : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void scheduledCallbackFiresOnceOnEventLoop()
+    void oneShotFiresOnceOnlyWhileItsHandleAndSchedulerLive()
     {
+        QStringList fired;
+        // The temporary scheduler is destroyed while its timer is still pending.
+        TimerHandle orphan = QtScheduler().schedule(0.0, [&] { fired << "orphan"; });
         QtScheduler scheduler;
-        int fired = 0;
-        TimerHandle handle = scheduler.schedule(0.0, [&] { ++fired; });
-        // Even a zero delay waits for the event loop.
-        QCOMPARE(fired, 0);
-        QTRY_COMPARE(fired, 1);
-        QVERIFY(!handle.isActive());
-        QTest::qWait(30);
-        QCOMPARE(fired, 1);
-    }
-
-    void droppedHandleNeverFires()
-    {
-        QtScheduler scheduler;
-        bool droppedFired = false;
-        bool keptFired = false;
         {
-            TimerHandle dropped = scheduler.schedule(0.01, [&] { droppedFired = true; });
+            TimerHandle dropped = scheduler.schedule(0.0, [&] { fired << "dropped"; });
         }
-        TimerHandle kept = scheduler.schedule(0.03, [&] { keptFired = true; });
-
-        QTRY_VERIFY(keptFired);
-        QVERIFY(!droppedFired);
+        TimerHandle kept = scheduler.schedule(0.0, [&] { fired << "kept"; });
+        // Even a zero delay waits for the event loop.
+        QVERIFY(fired.isEmpty());
+        QTest::qWait(30);
+        QCOMPARE(fired, QStringList{"kept"});
     }
 
     void repeatingTimerRunsUntilCancelled()
@@ -43,11 +32,9 @@ private Q_SLOTS:
             if (++fired == 3)
                 handle.cancel();
         });
-
         QTRY_COMPARE(fired, 3);
         QTest::qWait(50);
         QCOMPARE(fired, 3);
-        QVERIFY(!handle.isActive());
     }
 
     void postNeverRunsInsideCaller()
@@ -57,26 +44,10 @@ private Q_SLOTS:
         scheduler.post([&] {
             order << "first";
             scheduler.post([&] { order << "nested"; });
-            order << "first done";
         });
         scheduler.post([&] { order << "second"; });
         QVERIFY(order.isEmpty());
-
-        QTRY_COMPARE(order.size(), 4);
-        QCOMPARE(order, (QStringList{"first", "first done", "second", "nested"}));
-    }
-
-    void handleOutlivingSchedulerIsHarmless()
-    {
-        bool fired = false;
-        TimerHandle handle;
-        {
-            QtScheduler scheduler;
-            handle = scheduler.schedule(0.0, [&] { fired = true; });
-        }
-        QTest::qWait(20);
-        QVERIFY(!fired);
-        handle.cancel();
+        QTRY_COMPARE(order, (QStringList{"first", "second", "nested"}));
     }
 };
 
