@@ -15,7 +15,7 @@ run=(
   libqt6svg6 qml6-module-qtquick qml6-module-qtqml qml6-module-qtquick-controls
   qml6-module-qtquick-templates qml6-module-qtquick-layouts qml6-module-qtquick-window
   qml6-module-qtqml-workerscript libgl1-mesa-dri
-  dbus
+  dbus tzdata
 )
 test=(
   xvfb x11-utils xdotool

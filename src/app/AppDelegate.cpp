@@ -1,9 +1,10 @@
 #include "app/AppDelegate.h"
 
 #include "app/AppModel.h"
-#include "app/HttpBackendHealth.h"
+#include "app/BackendAdapter.h"
 #include "app/LaunchAtLoginManager.h"
 #include "app/TrayStatusItem.h"
+#include "backend/Backend.h"
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
 
@@ -14,8 +15,8 @@ struct AppDelegate::Private
 {
     explicit Private(PlatformServices platform)
         : platform(platform), defaults(QStringLiteral("Ovrin"), QStringLiteral("Ovrin")),
-          launchAtLogin(platform.loginItem, defaults),
-          model(clock, platform.permissions, health, launchAtLogin, platform.systemLog)
+          launchAtLogin(platform.loginItem, defaults), backend(Backend::shared()),
+          model(clock, platform.permissions, backend, launchAtLogin, platform.systemLog)
     {}
 
     PlatformServices platform;
@@ -23,7 +24,7 @@ struct AppDelegate::Private
     QtScheduler scheduler;
     QSettings defaults;
     LaunchAtLoginManager launchAtLogin;
-    HttpBackendHealth health;
+    BackendAdapter backend;
     AppModel model;
     std::unique_ptr<TrayStatusItem> statusItem;
     TimerHandle permissionTimer;

@@ -1,13 +1,41 @@
 #include "app/AppDelegate.h"
+#include "app/CommandLineTool.h"
+#include "backend/Backend.h"
 #include "platform/linux/SyslogSystemLog.h"
 #include "platform/linux/UnixSignalWatcher.h"
 #include "platform/linux/X11PermissionProbe.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
 
 #include <QApplication>
+#include <QCoro/QCoroTask>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace {
+
+// The command-line tools run without a display or a session bus.
+int runCommand(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Ovrin"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Ovrin"));
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    CommandLineTool tool(Backend::shared(), out, err);
+    return QCoro::waitFor(tool.run(QCoreApplication::arguments()));
+}
+
+} // namespace
 
 int main(int argc, char *argv[])
 {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    if (CommandLineTool::isCommand(arguments))
+        return runCommand(argc, argv);
+
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Ovrin"));
     QApplication::setOrganizationName(QStringLiteral("Ovrin"));

@@ -1,0 +1,189 @@
+#include "backend/Backend.h"
+
+#include "backend/DeviceNow.h"
+#include "backend/JsonFields.h"
+#include "backend/TokenProvider.h"
+#include "core/SystemClock.h"
+
+#include <QCoreApplication>
+#include <QCoro/QCoroNetworkReply>
+#include <QJsonDocument>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QPointer>
+#include <QStringDecoder>
+#include <QTimeZone>
+
+#include <memory>
+
+namespace {
+
+const SystemClock &systemClock()
+{
+    static const SystemClock clock;
+    return clock;
+}
+
+QUrl appendingPathComponent(QUrl url, const QString &component)
+{
+    QString path = url.path();
+    if (!path.endsWith(QLatin1Char('/')))
+        path += QLatin1Char('/');
+    url.setPath(path + component);
+    return url;
+}
+
+} // namespace
+
+Backend &Backend::shared()
+{
+    // Deleted with the application object, before the network stack goes away.
+    static Backend *instance = nullptr;
+    if (!instance) {
+        instance = new Backend();
+        qAddPostRoutine([] {
+            delete instance;
+            instance = nullptr;
+        });
+    }
+    return *instance;
+}
+
+Backend::Backend() : Backend(QUrl(QStringLiteral("http://127.0.0.1:8787"))) {}
+
+Backend::Backend(QUrl baseURL, const Clock *clock)
+    : m_baseURL(std::move(baseURL)), m_clock(clock ? clock : &systemClock())
+{
+    // The backend is on loopback; a desktop proxy setting must not capture it.
+    m_network.setProxy(QNetworkProxy::NoProxy);
+    m_network.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+}
+
+Backend::~Backend() = default;
+
+bool Backend::isTransportFailure(const QNetworkReply &reply)
+{
+    const QNetworkReply::NetworkError error = reply.error();
+    if (error == QNetworkReply::NoError)
+        return false;
+    return error < QNetworkReply::ProxyConnectionRefusedError ||
+           !reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
+}
+
+BackendRequest Backend::makeRequest(const QString &path, const QByteArray &method) const
+{
+    const qsizetype mark = path.indexOf(QLatin1Char('?'));
+    const QString component = mark < 0 ? path : path.left(mark);
+
+    QUrl url = appendingPathComponent(m_baseURL, component);
+    if (mark >= 0) {
+        QUrl withQuery = url;
+        withQuery.setQuery(path.mid(mark + 1), QUrl::StrictMode);
+        if (withQuery.isValid())
+            url = withQuery;
+    }
+
+    BackendRequest request{QNetworkRequest(url), method, {}};
+    request.setTimeoutSeconds(60);
+    if (m_tokens) {
+        const QString token = m_tokens->bearerToken();
+        if (!token.isEmpty())
+            request.request.setRawHeader("Authorization", "Bearer " + token.toUtf8());
+    }
+    return request;
+}
+
+void Backend::setJsonBody(BackendRequest &request, const QJsonObject &body)
+{
+    request.body = QJsonDocument(body).toJson(QJsonDocument::Compact);
+    request.request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
+}
+
+QNetworkReply *Backend::start(const BackendRequest &request, QIODevice *upload)
+{
+    if (upload)
+        return m_network.sendCustomRequest(request.request, request.method, upload);
+    if (request.method == "GET")
+        return m_network.get(request.request);
+    return m_network.sendCustomRequest(request.request, request.method, request.body);
+}
+
+QCoro::Task<BackendResponse> Backend::perform(BackendRequest request, CancellationToken cancel)
+{
+    std::unique_ptr<QNetworkReply> reply(start(request));
+    QPointer<QNetworkReply> guard(reply.get());
+    cancel.onCancel([guard] {
+        if (guard)
+            guard->abort();
+    });
+    if (!reply->isFinished())
+        co_await qCoro(reply.get()).waitForFinished();
+
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (isTransportFailure(*reply))
+        throw BackendError::notReachable(m_baseURL);
+    BackendResponse response;
+    response.isHttp = status.isValid();
+    response.status = status.isValid() ? status.toInt() : -1;
+    response.body = reply->readAll();
+    co_return response;
+}
+
+void Backend::ensureOK(const BackendResponse &response)
+{
+    if (!response.isHttp)
+        throw BackendError::badResponse();
+    if (response.status >= 200 && response.status <= 299)
+        return;
+    QString message;
+    const QJsonDocument document = QJsonDocument::fromJson(response.body);
+    const QJsonValue error = document.object().value(QLatin1String("error"));
+    if (document.isObject() && error.isString()) {
+        message = error.toString();
+    } else {
+        QStringDecoder utf8(QStringDecoder::Utf8);
+        message = utf8.decode(response.body);
+        if (utf8.hasError())
+            message.clear();
+    }
+    throw BackendError::http(response.status, message);
+}
+
+QCoro::Task<QJsonObject> Backend::send(BackendRequest request, CancellationToken cancel)
+{
+    const BackendResponse response = co_await perform(std::move(request), std::move(cancel));
+    ensureOK(response);
+    if (response.body.isEmpty())
+        co_return QJsonObject();
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(response.body, &error);
+    if (error.error != QJsonParseError::NoError)
+        throw DecodingError::notJson(error.errorString());
+    if (!document.isObject())
+        throw BackendError::badResponse();
+    co_return document.object();
+}
+
+QCoro::Task<QJsonObject> Backend::decodeObject(BackendRequest request)
+{
+    const BackendResponse response = co_await perform(std::move(request));
+    ensureOK(response);
+    co_return JsonFields::parseObject(response.body);
+}
+
+QString Backend::deviceNow() const
+{
+    return DeviceNow::format(m_clock->wallTime(), QTimeZone::systemTimeZone());
+}
+
+QCoro::Task<bool> Backend::health()
+{
+    QNetworkRequest request(appendingPathComponent(m_baseURL, QStringLiteral("health")));
+    request.setTransferTimeout(3000);
+    std::unique_ptr<QNetworkReply> reply(m_network.get(request));
+    if (!reply->isFinished())
+        co_await qCoro(reply.get()).waitForFinished();
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    co_return !isTransportFailure(*reply) && status.isValid() && status.toInt() >= 200 &&
+        status.toInt() <= 299;
+}

@@ -1,0 +1,18 @@
+#include "backend/Meeting.h"
+
+#include "backend/JsonFields.h"
+
+Meeting Meeting::fromJson(const QJsonValue &value)
+{
+    const QJsonObject o = JsonFields::asObject(value, QStringLiteral("meeting"));
+    Meeting meeting;
+    meeting.id = JsonFields::requiredString(o, QStringLiteral("id"));
+    meeting.title = JsonFields::requiredString(o, QStringLiteral("title"));
+    meeting.transcript = JsonFields::requiredString(o, QStringLiteral("transcript"));
+    if (const auto segments = JsonFields::optionalArray(o, QStringLiteral("segments")))
+        meeting.segments = JsonFields::records<TranscriptSegment>(*segments);
+    meeting.notes = JsonFields::requiredString(o, QStringLiteral("notes"));
+    meeting.durationSec = JsonFields::requiredInteger(o, QStringLiteral("durationSec"));
+    meeting.date = JsonFields::requiredDate(o, QStringLiteral("date"));
+    return meeting;
+}

@@ -1,0 +1,17 @@
+#include "backend/MemoryItem.h"
+
+#include "backend/JsonFields.h"
+
+MemoryItem MemoryItem::fromJson(const QJsonValue &value)
+{
+    const QJsonObject o = JsonFields::asObject(value, QStringLiteral("memory"));
+    return MemoryItem{
+        JsonFields::requiredString(o, QStringLiteral("id")),
+        JsonFields::requiredString(o, QStringLiteral("text")),
+        JsonFields::requiredString(o, QStringLiteral("category")),
+        JsonFields::requiredString(o, QStringLiteral("tier")),
+        JsonFields::requiredStringArray(o, QStringLiteral("projects")),
+        JsonFields::requiredString(o, QStringLiteral("source")),
+        JsonFields::requiredDate(o, QStringLiteral("date")),
+    };
+}

@@ -1,0 +1,14 @@
+#include "backend/Project.h"
+
+#include "backend/JsonFields.h"
+
+Project Project::fromJson(const QJsonValue &value)
+{
+    const QJsonObject o = JsonFields::asObject(value, QStringLiteral("project"));
+    return Project{
+        JsonFields::requiredString(o, QStringLiteral("id")),
+        JsonFields::requiredString(o, QStringLiteral("name")),
+        JsonFields::requiredStringArray(o, QStringLiteral("aliases")),
+        JsonFields::requiredString(o, QStringLiteral("summary")),
+    };
+}
