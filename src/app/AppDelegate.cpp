@@ -6,6 +6,7 @@
 #include "app/TrayStatusItem.h"
 #include "backend/Backend.h"
 #include "core/QtScheduler.h"
+#include "stores/AuthStore.h"
 #include "core/SystemClock.h"
 
 #include <QDBusConnection>
@@ -46,6 +47,7 @@ void AppDelegate::applicationDidFinishLaunching()
     setupStatusItem();
     logEnvironment();
     d->model.log(QStringLiteral("Launched."));
+    restoreSignIn();
     d->model.refreshPermissions();
     startPermissionPolling();
 }
@@ -67,6 +69,14 @@ void AppDelegate::logEnvironment()
     if (!QDBusConnection::sessionBus().isConnected())
         d->model.log(QStringLiteral(
             "No D-Bus session bus — accessibility and the keychain are unavailable."));
+}
+
+void AppDelegate::restoreSignIn()
+{
+    AuthStore &auth = AuthStore::shared();
+    connect(&auth, &AuthStore::keychainUnavailable, this,
+            [this](const QString &message) { d->model.log(message); });
+    auth.restore();
 }
 
 void AppDelegate::startPermissionPolling()

@@ -29,6 +29,8 @@ Q_SIGNALS:
 private:
     void setupStatusItem();
     void logEnvironment();
+    // The stored sign-in, checked with the backend; the login page shows until it is.
+    void restoreSignIn();
     void startPermissionPolling();
 
     struct Private;

@@ -2,6 +2,7 @@
 
 #include "backend/Backend.h"
 #include "core/Text.h"
+#include "stores/AuthStore.h"
 
 #include <QFile>
 #include <QTextStream>
@@ -51,8 +52,9 @@ QString firstOption(const QStringList &arguments)
 bool CommandLineTool::isCommand(const QStringList &arguments)
 {
     static const QStringList commands{QStringLiteral("transcribe"), QStringLiteral("ask"),
-                                      QStringLiteral("help"), QStringLiteral("--help"),
-                                      QStringLiteral("-h")};
+                                      QStringLiteral("login"),      QStringLiteral("logout"),
+                                      QStringLiteral("whoami"),     QStringLiteral("help"),
+                                      QStringLiteral("--help"),     QStringLiteral("-h")};
     return arguments.size() > 1 && commands.contains(arguments[1]);
 }
 
@@ -65,15 +67,28 @@ QString CommandLineTool::usage()
         "                                         --cleanup asks the backend to tidy it up\n"
         "  ovrin ask QUESTION [--context TEXT]    print the answer while it streams in;\n"
         "                                         --context sends TEXT along, as a selection\n"
+        "  ovrin login EMAIL                      sign in; the password is asked for\n"
+        "                                         (or read from standard input)\n"
+        "  ovrin logout                           sign out and forget the stored sign-in\n"
+        "  ovrin whoami                           show who is signed in\n"
         "  ovrin --help                           show this help\n"
         "\n"
         "The commands use the backend at http://127.0.0.1:8787 and need no display.\n"
+        "The sign-in is kept in the desktop keyring (Secret Service).\n"
         "On failure they print the reason on standard error and exit with status 1.\n");
 }
 
-CommandLineTool::CommandLineTool(Backend &backend, QTextStream &out, QTextStream &err)
-    : m_backend(backend), m_out(out), m_err(err)
+CommandLineTool::CommandLineTool(Backend &backend, AuthStore &auth, QTextStream &out,
+                                 QTextStream &err)
+    : m_backend(backend), m_auth(auth), m_out(out), m_err(err)
 {}
+
+int CommandLineTool::failure(const QString &message)
+{
+    m_err << message << '\n';
+    m_err.flush();
+    return 1;
+}
 
 int CommandLineTool::usageError(const QString &message)
 {
@@ -90,6 +105,12 @@ QCoro::Task<int> CommandLineTool::run(QStringList arguments)
         co_return co_await transcribe(std::move(arguments));
     if (command == QLatin1String("ask"))
         co_return co_await ask(std::move(arguments));
+    if (command == QLatin1String("login"))
+        co_return co_await login(std::move(arguments));
+    if (command == QLatin1String("logout"))
+        co_return co_await logout(std::move(arguments));
+    if (command == QLatin1String("whoami"))
+        co_return co_await whoami(std::move(arguments));
     if (command == QLatin1String("help") || command == QLatin1String("--help") ||
         command == QLatin1String("-h")) {
         m_out << usage();
@@ -109,27 +130,20 @@ QCoro::Task<int> CommandLineTool::transcribe(QStringList arguments)
 
     const QString path = arguments.first();
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        m_err << "Can't read " << path << ": " << file.errorString() << '\n';
-        m_err.flush();
-        co_return 1;
-    }
+    if (!file.open(QIODevice::ReadOnly))
+        co_return failure(QStringLiteral("Can't read %1: %2").arg(path, file.errorString()));
     const QByteArray wav = file.readAll();
-    if (wav.size() < 12 || !wav.startsWith("RIFF") || wav.mid(8, 4) != "WAVE") {
-        m_err << path << " is not a WAV file.\n";
-        m_err.flush();
-        co_return 1;
-    }
+    if (wav.size() < 12 || !wav.startsWith("RIFF") || wav.mid(8, 4) != "WAVE")
+        co_return failure(path + QStringLiteral(" is not a WAV file."));
 
+    co_await m_auth.loadStoredToken();
     try {
         const QString text = co_await m_backend.transcribe(wav, cleanup);
         m_out << Text::trimmed(text) << '\n';
         m_out.flush();
         co_return 0;
     } catch (const std::exception &) {
-        m_err << DescribedError::describe(std::current_exception()) << '\n';
-        m_err.flush();
-        co_return 1;
+        co_return failure(DescribedError::describe(std::current_exception()));
     }
 }
 
@@ -144,6 +158,7 @@ QCoro::Task<int> CommandLineTool::ask(QStringList arguments)
     if (arguments.size() != 1 || Text::trimmed(arguments.first()).isEmpty())
         co_return usageError(QStringLiteral("ask takes one question"));
 
+    co_await m_auth.loadStoredToken();
     bool printed = false;
     auto onDelta = [this, &printed](const QString &delta) {
         m_out << delta;
@@ -162,8 +177,64 @@ QCoro::Task<int> CommandLineTool::ask(QStringList arguments)
         if (printed)
             m_out << '\n';
         m_out.flush();
-        m_err << DescribedError::describe(std::current_exception()) << '\n';
-        m_err.flush();
-        co_return 1;
+        co_return failure(DescribedError::describe(std::current_exception()));
+    }
+}
+
+namespace {
+
+QString describeUser(const AuthUser &user)
+{
+    return user.name.isEmpty() ? user.email : QStringLiteral("%1 <%2>").arg(user.name, user.email);
+}
+
+} // namespace
+
+QCoro::Task<int> CommandLineTool::login(QStringList arguments)
+{
+    if (arguments.size() != 1 || arguments.first().startsWith(QLatin1Char('-')))
+        co_return usageError(QStringLiteral("login takes one email address"));
+    const QString password =
+        m_readPassword ? m_readPassword(QStringLiteral("Password: ")) : QString();
+    if (password.isEmpty())
+        co_return failure(QStringLiteral("No password given."));
+    try {
+        const AuthSession session = co_await m_backend.login(arguments.first(), password);
+        co_await m_auth.applyToken(session.token);
+        if (!m_auth.keychainProblem().isEmpty())
+            co_return failure(m_auth.keychainProblem());
+        m_out << "Signed in as " << describeUser(*m_auth.user()) << ".\n";
+        m_out.flush();
+        co_return 0;
+    } catch (const std::exception &) {
+        co_return failure(DescribedError::describe(std::current_exception()));
+    }
+}
+
+QCoro::Task<int> CommandLineTool::logout(QStringList arguments)
+{
+    if (!arguments.isEmpty())
+        co_return usageError(QStringLiteral("logout takes no arguments"));
+    if (!co_await m_auth.signOut())
+        co_return failure(
+            QStringLiteral("The keyring could not be reached to forget the sign-in."));
+    m_out << "Signed out.\n";
+    m_out.flush();
+    co_return 0;
+}
+
+QCoro::Task<int> CommandLineTool::whoami(QStringList arguments)
+{
+    if (!arguments.isEmpty())
+        co_return usageError(QStringLiteral("whoami takes no arguments"));
+    if (!co_await m_auth.loadStoredToken())
+        co_return failure(QStringLiteral("Not signed in."));
+    try {
+        const AuthUser user = co_await m_backend.me();
+        m_out << describeUser(user) << '\n';
+        m_out.flush();
+        co_return 0;
+    } catch (const std::exception &) {
+        co_return failure(DescribedError::describe(std::current_exception()));
     }
 }

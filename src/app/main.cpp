@@ -2,9 +2,11 @@
 #include "app/CommandLineTool.h"
 #include "backend/Backend.h"
 #include "platform/linux/SyslogSystemLog.h"
+#include "platform/linux/TerminalPrompt.h"
 #include "platform/linux/UnixSignalWatcher.h"
 #include "platform/linux/X11PermissionProbe.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
+#include "stores/AuthStore.h"
 
 #include <QApplication>
 #include <QCoro/QCoroTask>
@@ -22,7 +24,8 @@ int runCommand(int argc, char *argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Ovrin"));
     QTextStream out(stdout);
     QTextStream err(stderr);
-    CommandLineTool tool(Backend::shared(), out, err);
+    CommandLineTool tool(Backend::shared(), AuthStore::shared(), out, err);
+    tool.setPasswordReader(&TerminalPrompt::readSecret);
     return QCoro::waitFor(tool.run(QCoreApplication::arguments()));
 }
 

@@ -3,9 +3,16 @@
 #include "hotkeys/CaptureMode.h"
 #include "hotkeys/Shortcut.h"
 
+#include <QByteArray>
+#include <QJsonObject>
 #include <QString>
 
+#include <optional>
+
 enum class AppTheme { system, light, dark };
+
+QString appThemeName(AppTheme theme);
+std::optional<AppTheme> appThemeFromName(const QString &name);
 
 // The user's preferences. Value type; every field has a default.
 struct Settings
@@ -21,6 +28,13 @@ struct Settings
 
     // The shortcut that starts `mode`.
     const Shortcut &shortcut(CaptureMode mode) const;
+
+    // Forgiving: a field that is missing, of the wrong type or unknown keeps its default,
+    // and a hotkey in the older string form is converted. Only a value that is not an
+    // object fails (nullopt).
+    static std::optional<Settings> decode(const QJsonValue &value);
+    // All seven keys, always.
+    QJsonObject encode() const;
 
     friend bool operator==(const Settings &, const Settings &) = default;
 };

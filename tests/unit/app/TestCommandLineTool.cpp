@@ -1,7 +1,9 @@
 // The command-line tools against the fake backend: output, streaming, exit statuses.
 #include "app/CommandLineTool.h"
 #include "backend/Backend.h"
+#include "stores/AuthStore.h"
 #include "support/FakeBackendServer.h"
+#include "support/FakeKeychain.h"
 #include "support/TaskOutcome.h"
 
 #include <QTemporaryDir>
@@ -19,11 +21,14 @@ class TestCommandLineTool : public QObject
         QString err;
     };
 
-    Run run(Backend &backend, QStringList arguments)
+    Run run(Backend &backend, QStringList arguments, QString password = {})
     {
         Run result;
         QTextStream out(&result.out), err(&result.err);
-        CommandLineTool tool(backend, out, err);
+        AuthStore auth(backend, m_keychain);
+        backend.setTokenProvider(&auth);
+        CommandLineTool tool(backend, auth, out, err);
+        tool.setPasswordReader([password](const QString &) { return password; });
         arguments.prepend(QStringLiteral("ovrin"));
         const auto outcome = TaskOutcome<int>::settle(tool.run(arguments));
         if (outcome.value)
@@ -41,6 +46,7 @@ class TestCommandLineTool : public QObject
     }
 
     QTemporaryDir m_dir;
+    FakeKeychain m_keychain;
 
 private Q_SLOTS:
     void recognisesOnlyItsCommands()
@@ -117,6 +123,48 @@ private Q_SLOTS:
         QCOMPARE(result.status, err.isEmpty() ? 0 : 1);
         QCOMPARE(result.out, out);
         QCOMPARE(result.err, err);
+    }
+
+    void signInKeepsTheTokenForLaterCommands()
+    {
+        FakeBackendServer server;
+        QVERIFY(server.listen());
+        const QJsonObject ada{{"id", "u1"},
+                              {"email", "ada@example.com"},
+                              {"name", "Ada"},
+                              {"picture", ""},
+                              {"provider", "email"}};
+        server.on("POST", "/auth/login").json(QJsonObject{{"token", "t0k"}, {"user", ada}});
+        server.on("GET", "/auth/me").json(QJsonObject{{"user", ada}});
+        server.on("POST", "/ask").body("{\"answer\":\"Hi\"}");
+        Backend backend(server.baseURL());
+        m_keychain.items.clear();
+
+        Run result = run(backend, {"login", "ada@example.com"}, "s3cret pw");
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.out, QStringLiteral("Signed in as Ada <ada@example.com>.\n"));
+        QCOMPARE(server.requests().first().json().value("password").toString(), "s3cret pw");
+        QCOMPARE(m_keychain.items.value(AuthStore::keychainKey), QStringLiteral("t0k"));
+
+        // A later process reads the stored token.
+        result = run(backend, {"ask", "Hello?"});
+        QCOMPARE(server.lastRequest().header("Authorization"), QByteArray("Bearer t0k"));
+        result = run(backend, {"whoami"});
+        QCOMPARE(result.out, QStringLiteral("Ada <ada@example.com>\n"));
+
+        result = run(backend, {"logout"});
+        QCOMPARE(result.out, QStringLiteral("Signed out.\n"));
+        QVERIFY(m_keychain.items.isEmpty());
+        result = run(backend, {"whoami"});
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.err, QStringLiteral("Not signed in.\n"));
+
+        // Without a keyring the sign-in cannot last: say so and fail.
+        m_keychain.available = false;
+        result = run(backend, {"login", "ada@example.com"}, "pw");
+        m_keychain.available = true;
+        QCOMPARE(result.status, 1);
+        QVERIFY2(result.err.startsWith("Your sign-in can't be remembered"), qPrintable(result.err));
     }
 
     void argumentMistakes_data()
