@@ -1,0 +1,42 @@
+#include "audio/AudioDevices.h"
+
+#include <QMediaDevices>
+
+QList<MicDevice> AudioDevices::inputDevices()
+{
+    QList<MicDevice> devices;
+    for (const QAudioDevice &device : QMediaDevices::audioInputs()) {
+        const QString uid = QString::fromUtf8(device.id());
+        const QString name = device.description();
+        if (uid.isEmpty() || name.isEmpty() || uid.endsWith(QLatin1String(".monitor")))
+            continue;
+        devices.append(MicDevice{device, uid, name});
+    }
+    return devices;
+}
+
+std::optional<QAudioDevice> AudioDevices::deviceID(const QString &uid)
+{
+    for (const MicDevice &device : inputDevices()) {
+        if (device.uid == uid)
+            return device.id;
+    }
+    return std::nullopt;
+}
+
+std::optional<QAudioDevice> AudioDevices::defaultInputDeviceID()
+{
+    const QAudioDevice device = QMediaDevices::defaultAudioInput();
+    if (device.isNull())
+        return std::nullopt;
+    return device;
+}
+
+std::optional<QAudioDevice> AudioDevices::preferredInput(const QString &micUID)
+{
+    if (!micUID.isEmpty()) {
+        if (auto device = deviceID(micUID))
+            return device;
+    }
+    return defaultInputDeviceID();
+}

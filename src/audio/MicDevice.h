@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QAudioDevice>
+#include <QString>
+
+// An input device a user may pick as the microphone. `uid` is what settings store:
+// the sound server's name of the source, the same after a reboot.
+struct MicDevice
+{
+    QAudioDevice id; // the handle the capture layer opens, valid while the device is there
+    QString uid;
+    QString name;
+
+    friend bool operator==(const MicDevice &a, const MicDevice &b)
+    {
+        return a.id == b.id && a.uid == b.uid && a.name == b.name;
+    }
+};
