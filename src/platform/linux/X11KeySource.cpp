@@ -1,0 +1,236 @@
+#include "platform/linux/X11KeySource.h"
+
+#include "platform/linux/MacKeyCodes.h"
+
+#include <QSettings>
+#include <QSocketNotifier>
+
+#include <X11/XKBlib.h>
+#include <X11/Xlib.h>
+#include <X11/extensions/XInput2.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+namespace {
+
+constexpr std::uint64_t fnBit = 0x800000, controlBit = 0x40000, optionBit = 0x80000,
+                        shiftBit = 0x20000, commandBit = 0x100000;
+
+// Another client may hold a grab already; that must not end the application.
+int ignoreXErrors(Display *, XErrorEvent *)
+{
+    return 0;
+}
+
+unsigned xModifiers(std::uint64_t flags)
+{
+    unsigned mask = 0;
+    if (flags & shiftBit)
+        mask |= ShiftMask;
+    if (flags & (controlBit | fnBit)) // the default fn key is a Control key to X
+        mask |= ControlMask;
+    if (flags & optionBit)
+        mask |= Mod1Mask;
+    if (flags & commandBit)
+        mask |= Mod4Mask;
+    return mask;
+}
+
+} // namespace
+
+QStringList X11KeySource::fnKeyChoices()
+{
+    return {QStringLiteral("Control_R"), QStringLiteral("Alt_R"), QStringLiteral("Super_R"),
+            QStringLiteral("Menu")};
+}
+
+QString X11KeySource::configuredFnKey()
+{
+    const QString stored = QSettings(QStringLiteral("Ovrin"), QStringLiteral("Ovrin"))
+                               .value(QStringLiteral("fnKey"))
+                               .toString();
+    return fnKeyChoices().contains(stored) ? stored : fnKeyChoices().first();
+}
+
+void X11KeySource::setConfiguredFnKey(const QString &keysymName)
+{
+    if (fnKeyChoices().contains(keysymName))
+        QSettings(QStringLiteral("Ovrin"), QStringLiteral("Ovrin"))
+            .setValue(QStringLiteral("fnKey"), keysymName);
+}
+
+X11KeySource::X11KeySource(QString fnKey, QObject *parent)
+    : QObject(parent), m_fnKey(std::move(fnKey))
+{}
+
+X11KeySource::~X11KeySource()
+{
+    stop();
+}
+
+bool X11KeySource::start(Handler handler)
+{
+    if (m_display) {
+        m_handler = std::move(handler);
+        return true;
+    }
+    Display *display = XOpenDisplay(nullptr);
+    if (!display)
+        return false;
+    int event = 0, error = 0, major = 2, minor = 2;
+    if (!XQueryExtension(display, "XInputExtension", &m_xiOpcode, &event, &error) ||
+        XIQueryVersion(display, &major, &minor) != Success || (major * 10 + minor) < 22 ||
+        !XTestQueryExtension(display, &event, &error, &major, &minor)) {
+        XCloseDisplay(display);
+        return false;
+    }
+    unsigned char bits[XIMaskLen(XI_LASTEVENT)] = {};
+    XISetMask(bits, XI_RawKeyPress);
+    XISetMask(bits, XI_RawKeyRelease);
+    XIEventMask mask{XIAllMasterDevices, int(sizeof(bits)), bits};
+    XISelectEvents(display, DefaultRootWindow(display), &mask, 1);
+    XFlush(display);
+
+    m_display = display;
+    m_handler = std::move(handler);
+    m_heldModifiers.clear();
+    m_notifier =
+        std::make_unique<QSocketNotifier>(ConnectionNumber(display), QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &X11KeySource::readEvents);
+    grabCombos();
+    return true;
+}
+
+void X11KeySource::stop()
+{
+    if (!m_display)
+        return;
+    ungrabCombos();
+    m_notifier.reset();
+    XCloseDisplay(m_display);
+    m_display = nullptr;
+    m_handler = {};
+    m_heldModifiers.clear();
+}
+
+std::uint64_t X11KeySource::currentModifierFlags() const
+{
+    std::uint64_t flags = 0;
+    for (std::uint64_t bit : m_heldModifiers)
+        flags |= bit;
+    return flags;
+}
+
+void X11KeySource::setSwallowedCombos(QList<Combo> combos)
+{
+    m_combos = std::move(combos);
+    if (m_display) {
+        ungrabCombos();
+        grabCombos();
+    }
+}
+
+void X11KeySource::grabCombos()
+{
+    auto *previous = XSetErrorHandler(ignoreXErrors);
+    const Window root = DefaultRootWindow(m_display);
+    for (const Combo &combo : std::as_const(m_combos)) {
+        const KeySym keysym = MacKeyCodes::toKeysym(combo.keyCode);
+        const int keycode = keysym == NoSymbol ? 0 : XKeysymToKeycode(m_display, keysym);
+        if (keycode == 0)
+            continue; // no such key on this layout
+        // Caps Lock and Num Lock must not make the shortcut miss.
+        for (unsigned locks :
+             {0u, unsigned(LockMask), unsigned(Mod2Mask), unsigned(LockMask | Mod2Mask)}) {
+            const unsigned modifiers = xModifiers(combo.modifiers) | locks;
+            XGrabKey(m_display, keycode, modifiers, root, True, GrabModeAsync, GrabModeAsync);
+            m_grabbed.append({keycode, modifiers});
+        }
+    }
+    XSync(m_display, False);
+    XSetErrorHandler(previous);
+}
+
+void X11KeySource::ungrabCombos()
+{
+    const Window root = DefaultRootWindow(m_display);
+    for (const auto &[keycode, modifiers] : std::as_const(m_grabbed))
+        XUngrabKey(m_display, keycode, modifiers, root);
+    m_grabbed.clear();
+    XFlush(m_display);
+}
+
+std::uint64_t X11KeySource::modifierBit(int keycode) const
+{
+    const KeySym keysym = XkbKeycodeToKeysym(m_display, KeyCode(keycode), 0, 0);
+    const KeySym fnKeysym = XStringToKeysym(m_fnKey.toLatin1().constData());
+    // Right Alt is AltGr on many layouts.
+    if (keysym == fnKeysym || (fnKeysym == XK_Alt_R && keysym == XK_ISO_Level3_Shift))
+        return fnBit;
+    switch (keysym) {
+    case XK_Shift_L:
+    case XK_Shift_R:
+        return shiftBit;
+    case XK_Control_L:
+    case XK_Control_R:
+        return controlBit;
+    case XK_Alt_L:
+    case XK_Alt_R:
+    case XK_Meta_L:
+    case XK_Meta_R:
+    case XK_ISO_Level3_Shift:
+        return optionBit;
+    case XK_Super_L:
+    case XK_Super_R:
+        return commandBit;
+    default:
+        return 0;
+    }
+}
+
+void X11KeySource::readEvents()
+{
+    while (m_display && XPending(m_display)) {
+        XEvent event;
+        XNextEvent(m_display, &event);
+        if (event.type == MappingNotify) {
+            // A new layout or keymap: key codes of the grabs may have moved.
+            XRefreshKeyboardMapping(&event.xmapping);
+            ungrabCombos();
+            grabCombos();
+            continue;
+        }
+        if (event.type != GenericEvent || event.xcookie.extension != m_xiOpcode ||
+            !XGetEventData(m_display, &event.xcookie))
+            continue; // the key events of our own grabs end here
+        const auto *raw = static_cast<const XIRawEvent *>(event.xcookie.data);
+        if (event.xcookie.evtype == XI_RawKeyPress || event.xcookie.evtype == XI_RawKeyRelease)
+            handleRawKey(raw->detail, event.xcookie.evtype == XI_RawKeyPress,
+                         raw->flags & XIKeyRepeat);
+        XFreeEventData(m_display, &event.xcookie);
+    }
+}
+
+void X11KeySource::handleRawKey(int keycode, bool press, bool repeat)
+{
+    if (!m_handler)
+        return;
+    if (const std::uint64_t bit = modifierBit(keycode)) {
+        const std::uint64_t before = currentModifierFlags();
+        if (press)
+            m_heldModifiers.insert(keycode, bit);
+        else
+            m_heldModifiers.remove(keycode);
+        const std::uint64_t after = currentModifierFlags();
+        if (after != before)
+            m_handler({Type::flagsChanged, -1, after});
+        return;
+    }
+    const int code = MacKeyCodes::fromKeysym(XkbKeycodeToKeysym(m_display, KeyCode(keycode), 0, 0));
+    if (code < 0)
+        return; // no shortcut can name this key
+    if (press || repeat)
+        m_handler({Type::keyDown, code, currentModifierFlags()});
+    else
+        m_handler({Type::keyUp, code, currentModifierFlags()});
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/KeyEventSource.h"
+
+#include <QHash>
+#include <QObject>
+#include <QStringList>
+
+#include <memory>
+
+class QSocketNotifier;
+struct _XDisplay;
+
+// Every key of the X session through XInput2 raw events on the root window, so
+// modifier-only chords are seen without grabbing anything. Key combinations that are
+// shortcuts are grabbed on the root (with the Lock and NumLock variants) so the focused
+// application never gets them. The modifier bits come from the physical keys held;
+// the fn bit is one key the user picks (default Right Ctrl).
+class X11KeySource : public QObject, public KeyEventSource
+{
+    Q_OBJECT
+public:
+    // The keys that can act as fn, as X keysym names; the first is the default.
+    static QStringList fnKeyChoices();
+    // The choice kept in QSettings ("fnKey"), not in settings.json.
+    static QString configuredFnKey();
+    static void setConfiguredFnKey(const QString &keysymName);
+
+    explicit X11KeySource(QString fnKey = configuredFnKey(), QObject *parent = nullptr);
+    ~X11KeySource() override;
+
+    // False without a display that has XInput 2.2 and XTEST.
+    bool start(Handler handler) override;
+    void stop() override;
+    std::uint64_t currentModifierFlags() const override;
+    void setSwallowedCombos(QList<Combo> combos) override;
+
+private:
+    void readEvents();
+    void handleRawKey(int keycode, bool press, bool repeat);
+    std::uint64_t modifierBit(int keycode) const;
+    void grabCombos();
+    void ungrabCombos();
+
+    QString m_fnKey;
+    Handler m_handler;
+    _XDisplay *m_display = nullptr;
+    int m_xiOpcode = 0;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+    QHash<int, std::uint64_t> m_heldModifiers; // X keycode → its bit
+    QList<Combo> m_combos;
+    QList<QPair<int, unsigned>> m_grabbed; // X keycode, X modifier mask
+};

@@ -1,0 +1,77 @@
+// Global hotkeys on a real X server: the fn key (Right Ctrl) held as a chord, and a key
+// combination kept away from the focused window.
+#include "core/QtScheduler.h"
+#include "core/SystemClock.h"
+#include "hotkeys/HotkeyManager.h"
+#include "platform/linux/X11KeySource.h"
+#include "support/TestEnvironment.h"
+#include "support/XTestKeyboard.h"
+
+#include <QLineEdit>
+#include <QTest>
+
+class TestX11Hotkeys : public QObject
+{
+    Q_OBJECT
+
+    SystemClock m_clock;
+    QtScheduler m_scheduler;
+    X11KeySource m_source{QStringLiteral("Control_R")};
+    std::unique_ptr<HotkeyManager> m_manager;
+    XTestKeyboard m_keyboard;
+    QStringList m_events;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_manager = std::make_unique<HotkeyManager>(m_source, m_clock, m_scheduler);
+        m_manager->onHoldStart = [this](CaptureMode m) {
+            m_events << "start " + captureModeName(m);
+        };
+        m_manager->onHoldStop = [this](CaptureMode m) { m_events << "stop " + captureModeName(m); };
+        OVRIN_REQUIRE_SERVICE(m_keyboard.isOpen() && m_manager->start(),
+                              "an X server with XInput 2.2 and XTEST");
+    }
+
+    void init() { m_events.clear(); }
+
+    void fnKeyHeld()
+    {
+        m_keyboard.press("Control_R");
+        QTest::qWait(300);
+        QTRY_COMPARE(m_events, QStringList{"start paste"});
+        m_keyboard.release("Control_R");
+        QTRY_COMPARE(m_events, (QStringList{"start paste", "stop paste"}));
+
+        // Left Ctrl is control, not fn: with fn it makes the ask chord.
+        m_keyboard.press("Control_R");
+        m_keyboard.press("Control_L");
+        QTRY_COMPARE(m_events.value(2), QStringLiteral("start ask"));
+        m_keyboard.release("Control_L");
+        m_keyboard.release("Control_R");
+        QTRY_COMPARE(m_events.value(3), QStringLiteral("stop ask"));
+    }
+
+    void keyCombinationIsSwallowed()
+    {
+        // Shift+D: a key the field would show as "D" if it ever got it.
+        m_manager->setShortcut(CaptureMode::ask, Shortcut(Shortcut::shift, 2, "D"));
+        QLineEdit field;
+        field.show();
+        field.activateWindow();
+        field.setFocus();
+        QVERIFY(QTest::qWaitForWindowActive(&field));
+
+        m_keyboard.press("Shift_L");
+        m_keyboard.tap("d");
+        m_keyboard.release("Shift_L");
+        QTRY_COMPARE(m_events, (QStringList{"start ask", "stop ask"}));
+
+        m_keyboard.tap("x"); // the field does get ordinary keys
+        QTRY_COMPARE(field.text(), QStringLiteral("x"));
+        m_manager->setShortcut(CaptureMode::ask, defaultShortcut(CaptureMode::ask));
+    }
+};
+
+QTEST_MAIN(TestX11Hotkeys)
+#include "TestX11Hotkeys.moc"
