@@ -16,3 +16,24 @@ AssistantTask AssistantTask::fromJson(const QJsonValue &value)
     task.details = JsonFields::requiredString(o, QStringLiteral("description"));
     return task;
 }
+
+namespace {
+
+template <class T> QVariant orInvalid(const std::optional<T> &value)
+{
+    return value ? QVariant::fromValue(*value) : QVariant();
+}
+
+} // namespace
+
+QVariantMap AssistantTask::toVariant() const
+{
+    return {{QStringLiteral("id"), id},
+            {QStringLiteral("title"), title},
+            {QStringLiteral("project"), orInvalid(project)},
+            {QStringLiteral("done"), done},
+            {QStringLiteral("dueAt"), orInvalid(dueAt)},
+            {QStringLiteral("date"), date},
+            {QStringLiteral("completedAt"), orInvalid(completedAt)},
+            {QStringLiteral("details"), details}};
+}

@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QJsonValue>
 #include <QString>
+#include <QVariantMap>
 
 #include <optional>
 
@@ -19,5 +20,7 @@ struct AssistantTask
     QString details;
 
     static AssistantTask fromJson(const QJsonValue &value);
+    // Every field under its own name, for list views; absent values are invalid.
+    QVariantMap toVariant() const;
     bool operator==(const AssistantTask &) const = default;
 };

@@ -11,3 +11,10 @@ DictionaryTerm DictionaryTerm::fromJson(const QJsonValue &value)
         JsonFields::requiredStringArray(o, QStringLiteral("variants")),
     };
 }
+
+QVariantMap DictionaryTerm::toVariant() const
+{
+    return {{QStringLiteral("id"), id},
+            {QStringLiteral("term"), term},
+            {QStringLiteral("variants"), variants}};
+}

@@ -16,3 +16,11 @@ HistoryEntry HistoryEntry::fromJson(const QJsonValue &value)
     entry.text = JsonFields::requiredString(o, QStringLiteral("text"));
     return entry;
 }
+
+QVariantMap HistoryEntry::toVariant() const
+{
+    return {{QStringLiteral("id"), id},
+            {QStringLiteral("date"), date},
+            {QStringLiteral("kind"), entryKindName(kind)},
+            {QStringLiteral("text"), text}};
+}

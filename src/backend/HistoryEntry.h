@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QJsonValue>
+#include <QVariantMap>
 
 // One line of the transcript or chat history.
 struct HistoryEntry
@@ -14,5 +15,7 @@ struct HistoryEntry
     QString text;
 
     static HistoryEntry fromJson(const QJsonValue &value);
+    // Every field under its own name, for list views.
+    QVariantMap toVariant() const;
     bool operator==(const HistoryEntry &) const = default;
 };

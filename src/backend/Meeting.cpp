@@ -16,3 +16,19 @@ Meeting Meeting::fromJson(const QJsonValue &value)
     meeting.date = JsonFields::requiredDate(o, QStringLiteral("date"));
     return meeting;
 }
+
+QVariantMap Meeting::toVariant() const
+{
+    QVariantList segmentList;
+    segmentList.reserve(segments.size());
+    for (const TranscriptSegment &segment : segments)
+        segmentList.append(QVariantMap{{QStringLiteral("speaker"), segment.speaker},
+                                       {QStringLiteral("text"), segment.text}});
+    return {{QStringLiteral("id"), id},
+            {QStringLiteral("title"), title},
+            {QStringLiteral("transcript"), transcript},
+            {QStringLiteral("segments"), segmentList},
+            {QStringLiteral("notes"), notes},
+            {QStringLiteral("durationSec"), durationSec},
+            {QStringLiteral("date"), date}};
+}

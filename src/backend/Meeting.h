@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QList>
+#include <QVariantMap>
 
 // A recorded meeting with its notes; `segments` is empty when the backend sent none.
 struct Meeting
@@ -17,5 +18,7 @@ struct Meeting
     QDateTime date;
 
     static Meeting fromJson(const QJsonValue &value);
+    // Every field under its own name, for list views.
+    QVariantMap toVariant() const;
     bool operator==(const Meeting &) const = default;
 };

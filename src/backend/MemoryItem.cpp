@@ -15,3 +15,14 @@ MemoryItem MemoryItem::fromJson(const QJsonValue &value)
         JsonFields::requiredDate(o, QStringLiteral("date")),
     };
 }
+
+QVariantMap MemoryItem::toVariant() const
+{
+    return {{QStringLiteral("id"), id},
+            {QStringLiteral("text"), text},
+            {QStringLiteral("category"), category},
+            {QStringLiteral("tier"), tier},
+            {QStringLiteral("projects"), projects},
+            {QStringLiteral("source"), source},
+            {QStringLiteral("date"), date}};
+}

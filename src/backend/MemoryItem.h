@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QJsonValue>
 #include <QStringList>
+#include <QVariantMap>
 
 // A remembered fact, grouped by project ids.
 struct MemoryItem
@@ -16,5 +17,7 @@ struct MemoryItem
     QDateTime date;
 
     static MemoryItem fromJson(const QJsonValue &value);
+    // Every field under its own name, for list views.
+    QVariantMap toVariant() const;
     bool operator==(const MemoryItem &) const = default;
 };

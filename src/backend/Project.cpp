@@ -12,3 +12,11 @@ Project Project::fromJson(const QJsonValue &value)
         JsonFields::requiredString(o, QStringLiteral("summary")),
     };
 }
+
+QVariantMap Project::toVariant() const
+{
+    return {{QStringLiteral("id"), id},
+            {QStringLiteral("name"), name},
+            {QStringLiteral("aliases"), aliases},
+            {QStringLiteral("summary"), summary}};
+}

@@ -2,6 +2,7 @@
 
 #include <QJsonValue>
 #include <QStringList>
+#include <QVariantMap>
 
 struct Project
 {
@@ -11,5 +12,7 @@ struct Project
     QString summary;
 
     static Project fromJson(const QJsonValue &value);
+    // Every field under its own name, for list views.
+    QVariantMap toVariant() const;
     bool operator==(const Project &) const = default;
 };

@@ -14,3 +14,10 @@ Reminder Reminder::fromJson(const QJsonValue &value)
         JsonFields::requiredString(o, QStringLiteral("description")),
     };
 }
+
+QVariantMap Reminder::toVariant() const
+{
+    return {{QStringLiteral("id"), id},       {QStringLiteral("title"), title},
+            {QStringLiteral("dueAt"), dueAt}, {QStringLiteral("fired"), fired},
+            {QStringLiteral("date"), date},   {QStringLiteral("details"), details}};
+}

@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QJsonValue>
 #include <QString>
+#include <QVariantMap>
 
 // A reminder. `details` travels under the key "description".
 struct Reminder
@@ -15,5 +16,7 @@ struct Reminder
     QString details;
 
     static Reminder fromJson(const QJsonValue &value);
+    // Every field under its own name, for list views.
+    QVariantMap toVariant() const;
     bool operator==(const Reminder &) const = default;
 };

@@ -1,6 +1,10 @@
 #include "stores/AuthStore.h"
 
 #include "backend/Backend.h"
+#include "stores/AssistantStore.h"
+#include "stores/DictionaryStore.h"
+#include "stores/HistoryStore.h"
+#include "stores/MeetingStore.h"
 #include "stores/SecretServiceKeychain.h"
 #include "stores/UserDataCache.h"
 
@@ -14,6 +18,11 @@ AuthStore &AuthStore::shared()
         static SecretServiceKeychain keychain;
         instance = new AuthStore(Backend::shared(), keychain);
         Backend::shared().setTokenProvider(instance);
+        // Signing out empties what was cached for the user.
+        instance->addUserDataCache(&HistoryStore::shared());
+        instance->addUserDataCache(&MeetingStore::shared());
+        instance->addUserDataCache(&AssistantStore::shared());
+        instance->addUserDataCache(&DictionaryStore::shared());
         qAddPostRoutine([] {
             delete instance;
             instance = nullptr;

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "backend/Meeting.h"
+#include "stores/RecordListModel.h"
+#include "stores/UserDataCache.h"
+
+#include <QCoro/QCoroTask>
+#include <QObject>
+
+class Backend;
+
+// The user's recorded meetings, and their recordings on this computer.
+class MeetingStore : public QObject, public UserDataCache
+{
+    Q_OBJECT
+    Q_PROPERTY(RecordListModel *meetings READ meetingsModel CONSTANT)
+    Q_PROPERTY(QString loadError READ loadError NOTIFY loadErrorChanged)
+public:
+    static MeetingStore &shared();
+    // The directory where the recording of meeting X is kept as X.wav.
+    static QString defaultRecordingsDirectory();
+    MeetingStore(Backend &backend, QString recordingsDirectory, QObject *parent = nullptr);
+
+    const QList<Meeting> &meetings() const { return m_meetings; }
+    RecordListModel *meetingsModel() const { return m_model; }
+    // The last failure; empty when there is none.
+    const QString &loadError() const { return m_loadError; }
+    const QString &recordingsDirectory() const { return m_recordingsDirectory; }
+
+    // Returns at once; the outcome shows in meetings and loadError.
+    Q_INVOKABLE void refresh();
+    // Returns at once. The local recording goes whatever the backend answers; the
+    // meeting leaves the list only once the backend has deleted it.
+    Q_INVOKABLE void deleteMeeting(QString id);
+
+    void reset() override;
+
+Q_SIGNALS:
+    void loadErrorChanged();
+
+private:
+    QCoro::Task<void> fetch();
+    QCoro::Task<void> remove(QString id);
+    void setMeetings(QList<Meeting> meetings);
+    void setLoadError(const QString &error);
+
+    Backend &m_backend;
+    QString m_recordingsDirectory;
+    QList<Meeting> m_meetings;
+    RecordListModel *m_model;
+    QString m_loadError;
+};
