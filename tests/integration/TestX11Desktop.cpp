@@ -1,16 +1,20 @@
-// Global hotkeys on a real X server: the fn key (Right Ctrl) held as a chord, and a key
-// combination kept away from the focused window.
+// Hotkeys and paste on a real X server: the fn key (Right Ctrl) held as a chord, a key
+// combination kept away from the focused window, and text pasted into a real field.
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
+#include "desktop/Paster.h"
 #include "hotkeys/HotkeyManager.h"
 #include "platform/linux/X11KeySource.h"
+#include "platform/linux/X11KeySynthesizer.h"
 #include "support/TestEnvironment.h"
 #include "support/XTestKeyboard.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QLineEdit>
 #include <QTest>
 
-class TestX11Hotkeys : public QObject
+class TestX11Desktop : public QObject
 {
     Q_OBJECT
 
@@ -71,7 +75,27 @@ private Q_SLOTS:
         QTRY_COMPARE(field.text(), QStringLiteral("x"));
         m_manager->setShortcut(CaptureMode::ask, defaultShortcut(CaptureMode::ask));
     }
+
+    void pasteWaitsForTheUsersModifiers()
+    {
+        QLineEdit field;
+        field.show();
+        field.activateWindow();
+        field.setFocus();
+        QVERIFY(QTest::qWaitForWindowActive(&field));
+        X11KeySynthesizer keys;
+        Paster paster(keys, m_scheduler);
+        const QString text = QStringLiteral("Grüße — 世界 ✓ \"quoted\"");
+
+        m_keyboard.press("Shift_L"); // still held from the hotkey
+        paster.paste(text);
+        QTest::qWait(300);
+        QCOMPARE(field.text(), QString()); // nothing while Shift is down
+        m_keyboard.release("Shift_L");
+        QTRY_COMPARE(field.text(), text);
+        QCOMPARE(QGuiApplication::clipboard()->text(), text); // the transcript stays there
+    }
 };
 
-QTEST_MAIN(TestX11Hotkeys)
-#include "TestX11Hotkeys.moc"
+QTEST_MAIN(TestX11Desktop)
+#include "TestX11Desktop.moc"

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/KeySynthesizer.h"
+
+#include <QStringList>
+
+struct _XDisplay;
+
+// Ctrl+V / Ctrl+C through XTest, or Ctrl+Shift+V / Ctrl+Shift+C when the focused window
+// belongs to a terminal (by WM_CLASS).
+class X11KeySynthesizer : public KeySynthesizer
+{
+public:
+    X11KeySynthesizer();
+    ~X11KeySynthesizer() override;
+    X11KeySynthesizer(const X11KeySynthesizer &) = delete;
+    X11KeySynthesizer &operator=(const X11KeySynthesizer &) = delete;
+
+    static const QStringList &terminalClasses();
+
+    void send(Command command) override;
+    bool userModifiersHeld() const override;
+    // The WM_CLASS (class part) of the focused window or its nearest ancestor with one.
+    QString focusedWindowClass() const;
+
+private:
+    _XDisplay *m_display = nullptr;
+};
