@@ -5,7 +5,6 @@
 #include "audio/WavEncoder.h"
 #include "core/DescribedError.h"
 
-#include <QAudioSource>
 #include <QTimer>
 
 #include <cmath>
@@ -13,12 +12,6 @@
 AudioRecorder::AudioRecorder(MicUIDProvider micUID, QObject *parent)
     : QObject(parent), m_micUID(std::move(micUID))
 {}
-
-AudioRecorder::~AudioRecorder()
-{
-    if (m_source)
-        m_source->stop();
-}
 
 QString AudioRecorder::unavailableText()
 {
@@ -35,69 +28,29 @@ void AudioRecorder::start()
     if (m_isRecording)
         return;
     m_samples.clear(); // keeps its capacity for the next take
-    m_pending.clear();
-    if (m_source) {
-        m_source->stop();
-        m_source.reset();
-    }
-
     const auto device = AudioDevices::preferredInput(m_micUID ? m_micUID() : QString());
-    QAudioFormat format = device ? device->preferredFormat() : QAudioFormat();
-    if (!device || format.channelCount() <= 0 || format.sampleRate() <= 0)
+    const bool started =
+        device &&
+        m_capture.start(*device, [this](const float *frames, qsizetype count, int channels, int) {
+            const QList<float> mono = MonoMixdown::mixdown(frames, count, channels);
+            m_samples.append(mono);
+            // The short last block only completes the take; the meter is about to rest.
+            if (!m_stopping && onLevel)
+                onLevel(MonoMixdown::level(mono.constData(), mono.size()));
+        });
+    if (!started)
         throw DescribedError(unavailableText());
-    // The device's own rate and channels; only the sample type is ours.
-    format.setSampleFormat(QAudioFormat::Float);
-    m_channels = format.channelCount();
-    m_sampleRate = format.sampleRate();
-
-    m_source = std::make_unique<QAudioSource>(*device, format);
-    m_input = m_source->start();
-    if (!m_input || m_source->error() != QAudio::NoError) {
-        m_source.reset();
-        m_input = nullptr;
-        throw DescribedError(unavailableText());
-    }
-    connect(m_input, &QIODevice::readyRead, this, &AudioRecorder::readAvailable);
+    m_sampleRate = m_capture.sampleRate();
     m_isRecording = true;
-}
-
-void AudioRecorder::readAvailable()
-{
-    if (!m_input)
-        return;
-    m_pending.append(m_input->readAll());
-    takeBlocks(false);
-}
-
-void AudioRecorder::takeBlocks(bool flush)
-{
-    const qsizetype frameBytes = qsizetype(sizeof(float)) * m_channels;
-    const qsizetype blockBytes = frameBytes * blockFrames;
-    qsizetype offset = 0;
-    while (m_pending.size() - offset >= blockBytes ||
-           (flush && m_pending.size() - offset >= frameBytes)) {
-        const qsizetype frames =
-            std::min<qsizetype>(blockFrames, (m_pending.size() - offset) / frameBytes);
-        const auto *frames0 = reinterpret_cast<const float *>(m_pending.constData() + offset);
-        const QList<float> mono = MonoMixdown::mixdown(frames0, frames, m_channels);
-        m_samples.append(mono);
-        offset += frames * frameBytes;
-        // A partial last block only completes the take; the meter is about to rest.
-        if (!flush && onLevel)
-            onLevel(MonoMixdown::level(mono.constData(), mono.size()));
-    }
-    m_pending.remove(0, offset);
 }
 
 std::optional<QByteArray> AudioRecorder::stop()
 {
     if (!m_isRecording)
         return std::nullopt;
-    readAvailable();
-    takeBlocks(true);
-    m_source->stop();
-    m_source.reset();
-    m_input = nullptr;
+    m_stopping = true;
+    m_capture.stop();
+    m_stopping = false;
     m_isRecording = false;
     if (onLevel)
         onLevel(0.0f);

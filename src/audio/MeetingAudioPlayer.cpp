@@ -1,42 +1,10 @@
 #include "audio/MeetingAudioPlayer.h"
 
+#include "core/WavFileInfo.h"
+
 #include <QAudioSink>
 #include <QFile>
 #include <QMediaDevices>
-#include <QtEndian>
-
-namespace {
-
-// Finds the format and the start of the samples of a PCM WAV; false for anything else.
-bool readWavHeader(QFile &file, QAudioFormat &format)
-{
-    const QByteArray riff = file.read(12);
-    if (riff.size() != 12 || !riff.startsWith("RIFF") || riff.mid(8, 4) != "WAVE")
-        return false;
-    bool haveFormat = false;
-    for (;;) {
-        const QByteArray chunk = file.read(8);
-        if (chunk.size() != 8)
-            return false;
-        const quint32 size = qFromLittleEndian<quint32>(chunk.constData() + 4);
-        if (chunk.startsWith("fmt ")) {
-            const QByteArray fmt = file.read(size);
-            if (fmt.size() < 16 || qFromLittleEndian<quint16>(fmt.constData()) != 1 ||
-                qFromLittleEndian<quint16>(fmt.constData() + 14) != 16)
-                return false; // only 16-bit PCM is recorded
-            format.setChannelCount(qFromLittleEndian<quint16>(fmt.constData() + 2));
-            format.setSampleRate(int(qFromLittleEndian<quint32>(fmt.constData() + 4)));
-            format.setSampleFormat(QAudioFormat::Int16);
-            haveFormat = true;
-        } else if (chunk.startsWith("data")) {
-            return haveFormat; // positioned at the first sample
-        } else if (!file.seek(file.pos() + size + (size & 1))) {
-            return false;
-        }
-    }
-}
-
-} // namespace
 
 MeetingAudioPlayer::MeetingAudioPlayer(QObject *parent) : QObject(parent) {}
 
@@ -61,9 +29,15 @@ void MeetingAudioPlayer::toggle(const QString &path)
         return;
     }
     auto file = std::make_unique<QFile>(path);
-    QAudioFormat format;
-    if (!file->open(QIODevice::ReadOnly) || !readWavHeader(*file, format))
+    if (!file->open(QIODevice::ReadOnly))
         return;
+    const auto wav = WavFileInfo::read(*file);
+    if (!wav || wav->bitsPerSample != 16)
+        return; // we only ever record 16-bit PCM
+    QAudioFormat format;
+    format.setChannelCount(wav->channels);
+    format.setSampleRate(wav->sampleRate);
+    format.setSampleFormat(QAudioFormat::Int16);
     auto sink = std::make_unique<QAudioSink>(QMediaDevices::defaultAudioOutput(), format);
     connect(sink.get(), &QAudioSink::stateChanged, this, [this](QAudio::State state) {
         // Idle: the file ran out. Stopped: the output went away.

@@ -2,11 +2,13 @@
 
 #include "backend/Backend.h"
 #include "core/DescribedError.h"
+#include "core/WavFileInfo.h"
 #include "stores/RecordRoles.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QPointer>
 #include <QStandardPaths>
 
@@ -32,7 +34,100 @@ QString MeetingStore::defaultRecordingsDirectory()
 MeetingStore::MeetingStore(Backend &backend, QString recordingsDirectory, QObject *parent)
     : QObject(parent), m_backend(backend), m_recordingsDirectory(std::move(recordingsDirectory)),
       m_model(new RecordListModel(RecordRoles::of<Meeting>(), this))
-{}
+{
+    scanUnsent();
+}
+
+QString MeetingStore::unsentDirectory() const
+{
+    return QDir(m_recordingsDirectory).filePath(QStringLiteral("unsent"));
+}
+
+void MeetingStore::scanUnsent()
+{
+    QFileInfoList files =
+        QDir(unsentDirectory())
+            .entryInfoList({QStringLiteral("*.wav")}, QDir::Files, QDir::Time | QDir::Reversed);
+    QStringList paths;
+    for (const QFileInfo &file : std::as_const(files))
+        paths.append(file.absoluteFilePath());
+    if (paths == m_unsent)
+        return;
+    m_unsent = paths;
+    Q_EMIT unsentRecordingsChanged();
+}
+
+QCoro::Task<Meeting> MeetingStore::uploadRecording(QString path, qint64 durationSec,
+                                                   std::function<void()> presigned)
+{
+    QPointer<MeetingStore> self(this);
+    const QString recordings = m_recordingsDirectory;
+    const QString unsent = unsentDirectory();
+    try {
+        const PresignedUpload upload = co_await m_backend.presignUpload();
+        if (presigned)
+            presigned();
+        co_await m_backend.uploadToS3(upload.uploadURL, path);
+        Meeting meeting = co_await m_backend.createMeeting(upload.key, durationSec);
+        // Filing the recording may fail; the meeting exists on the backend regardless.
+        QDir().mkpath(recordings);
+        if (!meeting.id.isEmpty() && !meeting.id.contains(QLatin1Char('/'))) {
+            const QString filed = QDir(recordings).filePath(meeting.id + QStringLiteral(".wav"));
+            QFile::remove(filed);
+            QFile::rename(path, filed);
+        }
+        if (self) {
+            QList<Meeting> meetings = m_meetings;
+            meetings.prepend(meeting);
+            setMeetings(std::move(meetings));
+            scanUnsent();
+        }
+        co_return meeting;
+    } catch (...) {
+        if (QFileInfo(path).absolutePath() != QFileInfo(unsent).absoluteFilePath()) {
+            QDir().mkpath(unsent);
+            QFile::rename(path, QDir(unsent).filePath(QFileInfo(path).fileName()));
+        }
+        if (self)
+            scanUnsent();
+        throw;
+    }
+}
+
+void MeetingStore::retryUpload(QString path)
+{
+    retry(std::move(path));
+}
+
+QCoro::Task<void> MeetingStore::retry(QString path)
+{
+    QPointer<MeetingStore> self(this);
+    QFile file(path);
+    std::optional<WavFileInfo> wav;
+    if (file.open(QIODevice::ReadOnly))
+        wav = WavFileInfo::read(file);
+    file.close();
+    if (!wav) {
+        setLoadError(
+            QStringLiteral("The recording %1 can't be read.").arg(QFileInfo(path).fileName()));
+        co_return;
+    }
+    try {
+        co_await uploadRecording(path, qint64(wav->durationSeconds()));
+        if (self)
+            setLoadError({});
+    } catch (...) {
+        if (self)
+            setLoadError(DescribedError::describe(std::current_exception()));
+    }
+}
+
+void MeetingStore::deleteUnsent(QString path)
+{
+    if (m_unsent.contains(path))
+        QFile::remove(path);
+    scanUnsent();
+}
 
 void MeetingStore::refresh()
 {

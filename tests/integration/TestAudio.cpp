@@ -3,10 +3,18 @@
 #include "audio/AudioDevices.h"
 #include "audio/AudioRecorder.h"
 #include "audio/MeetingAudioPlayer.h"
+#include "audio/MeetingRecorder.h"
 #include "audio/Sounds.h"
+#include "backend/Backend.h"
 #include "core/DescribedError.h"
+#include "core/ManualScheduler.h"
+#include "core/WavFileInfo.h"
+#include "stores/MeetingStore.h"
+#include "support/FakeBackendServer.h"
 #include "support/TestEnvironment.h"
 
+#include <QDir>
+#include <QJsonObject>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -83,6 +91,81 @@ private Q_SLOTS:
         const auto wav = record(recorder, 300, levels, false);
         QVERIFY(wav);
         QCOMPARE(qFromLittleEndian<quint32>(wav->constData() + 24), 48000u);
+    }
+
+    void meetingIsRecordedUploadedAndFiled()
+    {
+        FakeBackendServer server;
+        QVERIFY(server.listen());
+        server.on("POST", "/uploads/presign")
+            .json(
+                QJsonObject{{"uploadUrl", server.baseURL().toString() + "/put/k1"}, {"key", "k1"}});
+        server.on("PUT", "/put/k1").status(200);
+        server.on("POST", "/meetings")
+            .json(QJsonObject{{"meeting", QJsonObject{{"id", "m7"},
+                                                      {"title", "Sync"},
+                                                      {"transcript", ""},
+                                                      {"notes", ""},
+                                                      {"durationSec", 61},
+                                                      {"date", "2026-11-22T10:00:00Z"}}}});
+        Backend backend(server.baseURL());
+        QTemporaryDir temp, data;
+        MeetingStore store(backend, data.filePath("Recordings"));
+        ManualClock clock;
+        ManualScheduler scheduler(clock);
+        MeetingRecorder recorder(store, clock, scheduler, temp.path());
+
+        recorder.stopAndProcess(); // nothing recorded: nothing sent
+        QCOMPARE(recorder.phase(), MeetingRecorder::Phase::idle);
+        recorder.start();
+        QProcess player;
+        player.start("paplay", {"-d", "speaker", m_speech});
+        QTest::qWait(1500);      // real audio takes real time
+        scheduler.advance(61.9); // the meeting's clock
+        QCOMPARE(recorder.duration(), 61.75);
+        QVERIFY(recorder.level() >= 0.0f);
+        recorder.stopAndProcess();
+        QVERIFY(!recorder.isRecording());
+        QTRY_COMPARE(recorder.phase(), MeetingRecorder::Phase::idle);
+        QCOMPARE(server.lastRequest().json().value("durationSec").toInt(), 61);
+        player.waitForFinished(5000);
+
+        QCOMPARE(store.meetings().value(0).id, QStringLiteral("m7"));
+        QFile filed(data.filePath("Recordings/m7.wav"));
+        QVERIFY(filed.open(QIODevice::ReadOnly));
+        const auto wav = WavFileInfo::read(filed);
+        QVERIFY(wav);
+        QCOMPARE(wav->channels, 1);
+        QCOMPARE(wav->bitsPerSample, 16);
+        QCOMPARE(wav->sampleRate, 48000);
+        QVERIFY2(wav->durationSeconds() > 1.0 && wav->durationSeconds() < 2.5,
+                 qPrintable(QString::number(wav->durationSeconds())));
+        QCOMPARE(QDir(temp.path()).entryList(QDir::Files), QStringList());
+    }
+
+    void failedUploadKeepsTheRecording()
+    {
+        FakeBackendServer server;
+        QVERIFY(server.listen());
+        server.on("POST", "/uploads/presign").status(503).json(QJsonObject{{"error", "Busy"}});
+        Backend backend(server.baseURL());
+        QTemporaryDir temp, data;
+        MeetingStore store(backend, data.filePath("Recordings"));
+        ManualClock clock;
+        ManualScheduler scheduler(clock);
+        MeetingRecorder recorder(store, clock, scheduler, temp.path());
+
+        recorder.start();
+        QTest::qWait(500);
+        recorder.stopAndProcess();
+        QTRY_COMPARE(recorder.phase(), MeetingRecorder::Phase::error);
+        QCOMPARE(recorder.phaseMessage(), QStringLiteral("Backend error 503: Busy"));
+        QCOMPARE(QDir(temp.path()).entryList(QDir::Files), QStringList());
+        QCOMPARE(store.unsentRecordings().size(), 1);
+        QVERIFY(store.unsentRecordings().first().startsWith(data.filePath("Recordings/unsent/")));
+
+        store.deleteUnsent(store.unsentRecordings().first());
+        QVERIFY(store.unsentRecordings().isEmpty());
     }
 
     void playbackEndsByItself()

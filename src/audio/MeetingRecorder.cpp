@@ -1,0 +1,150 @@
+#include "audio/MeetingRecorder.h"
+
+#include "audio/AudioDevices.h"
+#include "audio/MicFileWriter.h"
+#include "core/Clock.h"
+#include "core/DescribedError.h"
+#include "core/QtScheduler.h"
+#include "core/Scheduler.h"
+#include "core/SystemClock.h"
+#include "stores/MeetingStore.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QPointer>
+#include <QUuid>
+
+#include <cmath>
+
+MeetingRecorder &MeetingRecorder::shared()
+{
+    static MeetingRecorder *instance = nullptr;
+    if (!instance) {
+        static const SystemClock clock;
+        static QtScheduler scheduler;
+        instance = new MeetingRecorder(MeetingStore::shared(), clock, scheduler, QDir::tempPath());
+        qAddPostRoutine([] {
+            delete instance;
+            instance = nullptr;
+        });
+    }
+    return *instance;
+}
+
+MeetingRecorder::MeetingRecorder(MeetingStore &store, const Clock &clock, Scheduler &scheduler,
+                                 QString temporaryDirectory, QObject *parent)
+    : QObject(parent), m_store(store), m_clock(clock), m_scheduler(scheduler),
+      m_temporaryDirectory(std::move(temporaryDirectory))
+{}
+
+MeetingRecorder::~MeetingRecorder()
+{
+    stop();
+}
+
+void MeetingRecorder::start()
+{
+    if (isRecording())
+        return;
+    const QString path =
+        QDir(m_temporaryDirectory)
+            .filePath(QStringLiteral("meeting-%1.wav")
+                          .arg(QUuid::createUuid().toString(QUuid::WithoutBraces)));
+    auto writer = std::make_unique<MicFileWriter>(path);
+    MicFileWriter *file = writer.get();
+    const auto device = AudioDevices::defaultInputDeviceID();
+    const bool started =
+        device && m_capture.start(*device, [this, file](const float *frames, qsizetype count,
+                                                        int channels, int rate) {
+            setLevel(file->write(frames, count, channels, rate));
+        });
+    if (!started)
+        throw DescribedError(QStringLiteral("Couldn't start the microphone: ") +
+                             (device ? QStringLiteral("the input device can't be opened.")
+                                     : QStringLiteral("there is no input device.")));
+
+    m_writer = std::move(writer);
+    m_startedAt = m_clock.now();
+    setDuration(0.0);
+    setPhase(Phase::idle);
+    m_ticker = m_scheduler.repeat(durationTick, [this] {
+        if (m_startedAt)
+            setDuration(m_clock.now() - *m_startedAt);
+    });
+    Q_EMIT isRecordingChanged();
+}
+
+std::optional<QString> MeetingRecorder::stop()
+{
+    if (!isRecording())
+        return std::nullopt;
+    m_ticker.cancel();
+    m_capture.stop();  // the last blocks still reach the file
+    m_writer->close(); // anything arriving later is dropped
+    const QString path = m_writer->path();
+    const bool wroteAudio = m_writer->framesWritten() > 0;
+    m_writer.reset();
+    m_startedAt.reset();
+    setLevel(0.0f);
+    Q_EMIT isRecordingChanged();
+    if (!wroteAudio)
+        return std::nullopt; // nothing was captured, so there is no file to hand on
+    return path;
+}
+
+void MeetingRecorder::stopAndProcess()
+{
+    const double seconds = m_duration;
+    Q_ASSERT(std::isfinite(seconds));
+    const auto path = stop();
+    if (!path) {
+        setPhase(Phase::idle);
+        return;
+    }
+    process(*path, static_cast<qint64>(seconds));
+}
+
+QCoro::Task<void> MeetingRecorder::process(QString path, qint64 durationSec)
+{
+    QPointer<MeetingRecorder> self(this);
+    setPhase(Phase::uploading);
+    try {
+        // A named local: GCC 12 destroys temporaries of a co_await expression twice.
+        std::function<void()> presigned = [self] {
+            if (self)
+                self->setPhase(Phase::transcribing);
+        };
+        co_await m_store.uploadRecording(path, durationSec, std::move(presigned));
+        if (self)
+            setPhase(Phase::idle);
+    } catch (...) {
+        // The store has kept the recording under unsent/ for a retry.
+        if (self)
+            setPhase(Phase::error, DescribedError::describe(std::current_exception()));
+    }
+}
+
+void MeetingRecorder::setPhase(Phase phase, const QString &message)
+{
+    if (phase == m_phase && message == m_phaseMessage)
+        return;
+    m_phase = phase;
+    m_phaseMessage = message;
+    Q_EMIT phaseChanged();
+}
+
+void MeetingRecorder::setLevel(float level)
+{
+    if (level == m_level)
+        return;
+    m_level = level;
+    Q_EMIT levelChanged();
+}
+
+void MeetingRecorder::setDuration(double duration)
+{
+    if (duration == m_duration)
+        return;
+    m_duration = duration;
+    Q_EMIT durationChanged();
+}
