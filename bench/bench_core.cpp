@@ -1,10 +1,12 @@
 // Figures for the hot paths of the spine: the activity log at its cap, shortcut decoding
-// (every settings load) and the scheduler (every timer in the application).
+// (every settings load), the scheduler (every timer in the application) and one key
+// event through the hotkey engine (every key the user types).
 #include "app/AppModel.h"
 #include "app/BackendHealth.h"
 #include "app/LaunchAtLoginManager.h"
 #include "core/ManualClock.h"
 #include "core/ManualScheduler.h"
+#include "hotkeys/HotkeyManager.h"
 #include "hotkeys/Shortcut.h"
 #include "platform/LoginItem.h"
 #include "platform/PermissionProbe.h"
@@ -89,6 +91,46 @@ void BM_ScheduleAndFire(benchmark::State &state)
     benchmark::DoNotOptimize(fired);
 }
 BENCHMARK(BM_ScheduleAndFire);
+
+struct NullKeySource : KeyEventSource
+{
+    bool start(Handler) override { return true; }
+    void stop() override {}
+    std::uint64_t currentModifierFlags() const override { return 0; }
+    void setSwallowedCombos(QList<Combo>) override {}
+};
+
+// The common case: an ordinary key typed while no shortcut is held.
+void BM_HotkeyKeyDown(benchmark::State &state)
+{
+    ManualClock clock;
+    ManualScheduler scheduler(clock);
+    NullKeySource source;
+    HotkeyManager manager(source, clock, scheduler);
+    manager.start();
+    const KeyEventSource::Event key{KeyEventSource::Type::keyDown, 0, 0};
+    for (auto _ : state)
+        benchmark::DoNotOptimize(manager.handleEvent(key));
+}
+BENCHMARK(BM_HotkeyKeyDown);
+
+// A modifier change that starts the chord debounce (the costliest event).
+void BM_HotkeyFlagsChanged(benchmark::State &state)
+{
+    ManualClock clock;
+    ManualScheduler scheduler(clock);
+    NullKeySource source;
+    HotkeyManager manager(source, clock, scheduler);
+    manager.start();
+    const KeyEventSource::Event down{KeyEventSource::Type::flagsChanged, -1, Shortcut::fn};
+    const KeyEventSource::Event up{KeyEventSource::Type::flagsChanged, -1, 0};
+    for (auto _ : state) {
+        manager.handleEvent(down);
+        manager.handleEvent(up);
+    }
+    state.SetItemsProcessed(state.iterations() * 2);
+}
+BENCHMARK(BM_HotkeyFlagsChanged);
 
 } // namespace
 
