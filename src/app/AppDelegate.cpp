@@ -6,8 +6,8 @@
 #include "app/TrayStatusItem.h"
 #include "backend/Backend.h"
 #include "core/QtScheduler.h"
-#include "stores/AuthStore.h"
 #include "core/SystemClock.h"
+#include "stores/AuthStore.h"
 
 #include <QDBusConnection>
 #include <QSettings>

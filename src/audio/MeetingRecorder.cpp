@@ -4,6 +4,7 @@
 #include "audio/MicFileWriter.h"
 #include "core/Clock.h"
 #include "core/DescribedError.h"
+#include "core/ProcessWide.h"
 #include "core/QtScheduler.h"
 #include "core/Scheduler.h"
 #include "core/SystemClock.h"
@@ -18,17 +19,11 @@
 
 MeetingRecorder &MeetingRecorder::shared()
 {
-    static MeetingRecorder *instance = nullptr;
-    if (!instance) {
+    return processWide<MeetingRecorder>([] {
         static const SystemClock clock;
         static QtScheduler scheduler;
-        instance = new MeetingRecorder(MeetingStore::shared(), clock, scheduler, QDir::tempPath());
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+        return new MeetingRecorder(MeetingStore::shared(), clock, scheduler, QDir::tempPath());
+    });
 }
 
 MeetingRecorder::MeetingRecorder(MeetingStore &store, const Clock &clock, Scheduler &scheduler,

@@ -1,20 +1,14 @@
 #include "audio/Sounds.h"
 
+#include "core/ProcessWide.h"
+
 #include <QCoreApplication>
 #include <QSoundEffect>
 #include <QUrl>
 
 Sounds &Sounds::shared()
 {
-    static Sounds *instance = nullptr;
-    if (!instance) {
-        instance = new Sounds();
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+    return processWide<Sounds>([] { return new Sounds(); });
 }
 
 Sounds::Sounds(QObject *parent) : QObject(parent) {}

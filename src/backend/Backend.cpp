@@ -3,6 +3,7 @@
 #include "backend/DeviceNow.h"
 #include "backend/JsonFields.h"
 #include "backend/TokenProvider.h"
+#include "core/ProcessWide.h"
 #include "core/SystemClock.h"
 
 #include <QCoreApplication>
@@ -37,16 +38,7 @@ QUrl appendingPathComponent(QUrl url, const QString &component)
 
 Backend &Backend::shared()
 {
-    // Deleted with the application object, before the network stack goes away.
-    static Backend *instance = nullptr;
-    if (!instance) {
-        instance = new Backend();
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+    return processWide<Backend>([] { return new Backend(); });
 }
 
 Backend::Backend() : Backend(QUrl(QStringLiteral("http://127.0.0.1:8787"))) {}

@@ -2,6 +2,7 @@
 
 #include "backend/Backend.h"
 #include "core/DescribedError.h"
+#include "core/ProcessWide.h"
 #include "stores/RecordRoles.h"
 
 #include <QCoreApplication>
@@ -11,15 +12,7 @@
 
 AssistantStore &AssistantStore::shared()
 {
-    static AssistantStore *instance = nullptr;
-    if (!instance) {
-        instance = new AssistantStore(Backend::shared());
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+    return processWide<AssistantStore>([] { return new AssistantStore(Backend::shared()); });
 }
 
 AssistantStore::AssistantStore(Backend &backend, QObject *parent)

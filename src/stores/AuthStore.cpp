@@ -1,6 +1,7 @@
 #include "stores/AuthStore.h"
 
 #include "backend/Backend.h"
+#include "core/ProcessWide.h"
 #include "stores/AssistantStore.h"
 #include "stores/DictionaryStore.h"
 #include "stores/HistoryStore.h"
@@ -13,22 +14,17 @@
 
 AuthStore &AuthStore::shared()
 {
-    static AuthStore *instance = nullptr;
-    if (!instance) {
+    return processWide<AuthStore>([] {
         static SecretServiceKeychain keychain;
-        instance = new AuthStore(Backend::shared(), keychain);
-        Backend::shared().setTokenProvider(instance);
+        auto *store = new AuthStore(Backend::shared(), keychain);
+        Backend::shared().setTokenProvider(store);
         // Signing out empties what was cached for the user.
-        instance->addUserDataCache(&HistoryStore::shared());
-        instance->addUserDataCache(&MeetingStore::shared());
-        instance->addUserDataCache(&AssistantStore::shared());
-        instance->addUserDataCache(&DictionaryStore::shared());
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+        store->addUserDataCache(&HistoryStore::shared());
+        store->addUserDataCache(&MeetingStore::shared());
+        store->addUserDataCache(&AssistantStore::shared());
+        store->addUserDataCache(&DictionaryStore::shared());
+        return store;
+    });
 }
 
 AuthStore::AuthStore(Backend &backend, Keychain &keychain, QObject *parent)

@@ -2,6 +2,7 @@
 
 #include "backend/Backend.h"
 #include "core/DescribedError.h"
+#include "core/ProcessWide.h"
 #include "core/Text.h"
 #include "stores/RecordRoles.h"
 
@@ -10,15 +11,7 @@
 
 DictionaryStore &DictionaryStore::shared()
 {
-    static DictionaryStore *instance = nullptr;
-    if (!instance) {
-        instance = new DictionaryStore(Backend::shared());
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+    return processWide<DictionaryStore>([] { return new DictionaryStore(Backend::shared()); });
 }
 
 DictionaryStore::DictionaryStore(Backend &backend, QObject *parent)

@@ -3,6 +3,7 @@
 #include "backend/Backend.h"
 #include "core/Clock.h"
 #include "core/DescribedError.h"
+#include "core/ProcessWide.h"
 #include "core/SystemClock.h"
 #include "stores/RecordRoles.h"
 
@@ -17,16 +18,10 @@ constexpr std::array allScopes{HistoryScope::transcripts, HistoryScope::chat};
 
 HistoryStore &HistoryStore::shared()
 {
-    static HistoryStore *instance = nullptr;
-    if (!instance) {
+    return processWide<HistoryStore>([] {
         static const SystemClock clock;
-        instance = new HistoryStore(Backend::shared(), clock);
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+        return new HistoryStore(Backend::shared(), clock);
+    });
 }
 
 HistoryStore::HistoryStore(Backend &backend, const Clock &clock, QObject *parent)

@@ -2,6 +2,7 @@
 
 #include "backend/Backend.h"
 #include "core/DescribedError.h"
+#include "core/ProcessWide.h"
 #include "core/WavFileInfo.h"
 #include "stores/RecordRoles.h"
 
@@ -14,15 +15,8 @@
 
 MeetingStore &MeetingStore::shared()
 {
-    static MeetingStore *instance = nullptr;
-    if (!instance) {
-        instance = new MeetingStore(Backend::shared(), defaultRecordingsDirectory());
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+    return processWide<MeetingStore>(
+        [] { return new MeetingStore(Backend::shared(), defaultRecordingsDirectory()); });
 }
 
 QString MeetingStore::defaultRecordingsDirectory()

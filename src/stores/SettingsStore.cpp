@@ -1,5 +1,6 @@
 #include "stores/SettingsStore.h"
 
+#include "core/ProcessWide.h"
 #include "stores/ThemePreference.h"
 
 #include <QCoreApplication>
@@ -12,15 +13,7 @@
 
 SettingsStore &SettingsStore::shared()
 {
-    static SettingsStore *instance = nullptr;
-    if (!instance) {
-        instance = new SettingsStore(defaultFilePath());
-        qAddPostRoutine([] {
-            delete instance;
-            instance = nullptr;
-        });
-    }
-    return *instance;
+    return processWide<SettingsStore>([] { return new SettingsStore(defaultFilePath()); });
 }
 
 QString SettingsStore::defaultFilePath()
