@@ -8,7 +8,7 @@ build=(
   cmake ninja-build g++ pkg-config ccache clang-format
   qt6-base-dev qt6-declarative-dev qt6-svg-dev
   qcoro-qt6-dev qtkeychain-qt6-dev qt6-multimedia-dev libsndfile1-dev
-  libx11-dev libxi-dev libxtst-dev
+  libx11-dev libxi-dev libxtst-dev libxfixes-dev libatspi2.0-dev
   libbenchmark-dev
 )
 run=(

@@ -3,15 +3,19 @@
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
 #include "desktop/Paster.h"
+#include "desktop/SelectionReader.h"
 #include "hotkeys/HotkeyManager.h"
+#include "platform/linux/AtspiFocusedTextReader.h"
 #include "platform/linux/X11KeySource.h"
 #include "platform/linux/X11KeySynthesizer.h"
+#include "platform/linux/XFixesClipboardWatcher.h"
 #include "support/TestEnvironment.h"
 #include "support/XTestKeyboard.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QLineEdit>
+#include <QProcess>
 #include <QTest>
 
 class TestX11Desktop : public QObject
@@ -94,6 +98,26 @@ private Q_SLOTS:
         m_keyboard.release("Shift_L");
         QTRY_COMPARE(field.text(), text);
         QCOMPARE(QGuiApplication::clipboard()->text(), text); // the transcript stays there
+    }
+
+    void selectionOfAnotherApplication()
+    {
+        QProcess other;
+        other.start(QStringLiteral(TEXTFIELD_BINARY), {"  Grüße aus der Küche  ", "8", "3"});
+        QVERIFY(other.waitForStarted());
+        AtspiFocusedTextReader focused;
+        X11KeySynthesizer keys;
+        XFixesClipboardWatcher clipboard;
+        QVERIFY(clipboard.isAvailable());
+        SelectionReader reader(focused, keys, clipboard);
+
+        QTRY_COMPARE_WITH_TIMEOUT(reader.viaAccessibility(), std::optional<QString>("aus"), 10000);
+
+        QGuiApplication::clipboard()->setText(QStringLiteral("the user's own text"));
+        QCOMPARE(reader.viaCopy(), std::optional<QString>("aus"));
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("the user's own text"));
+        other.kill();
+        other.waitForFinished();
     }
 };
 
