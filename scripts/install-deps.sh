@@ -22,6 +22,7 @@ test=(
   at-spi2-core gnome-keyring
   pulseaudio pulseaudio-utils
   trayer sox flite
+  python3-gi gir1.2-gtk-3.0
 )
 
 want=("${build[@]}" "${run[@]}")

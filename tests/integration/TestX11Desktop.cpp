@@ -100,6 +100,24 @@ private Q_SLOTS:
         QCOMPARE(QGuiApplication::clipboard()->text(), text); // the transcript stays there
     }
 
+    void pasteIntoAGtkEntry()
+    {
+        QProcess gtk;
+        // Debian's interpreter, where the GTK bindings are installed.
+        gtk.start("/usr/bin/python3", {QStringLiteral(GTK_ENTRY_SCRIPT)});
+        QVERIFY(gtk.waitForStarted());
+        X11KeySynthesizer keys;
+        QTRY_VERIFY_WITH_TIMEOUT(keys.focusedWindowClass().contains("gtk_entry"), 10000);
+        Paster paster(keys, m_scheduler);
+        const QString text = QStringLiteral("Grüße — 世界 ✓");
+        paster.paste(text);
+        QByteArray typed;
+        QTRY_VERIFY_WITH_TIMEOUT((typed += gtk.readAllStandardOutput()).contains(text.toUtf8()),
+                                 5000);
+        gtk.kill();
+        gtk.waitForFinished();
+    }
+
     void selectionOfAnotherApplication()
     {
         QProcess other;
