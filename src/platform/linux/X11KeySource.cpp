@@ -89,6 +89,14 @@ bool X11KeySource::start(Handler handler)
     XISetMask(bits, XI_RawKeyRelease);
     XIEventMask mask{XIAllMasterDevices, int(sizeof(bits)), bits};
     XISelectEvents(display, DefaultRootWindow(display), &mask, 1);
+    int xkbOpcode = 0, xkbError = 0, xkbMajor = XkbMajorVersion, xkbMinor = XkbMinorVersion;
+    m_xkbEvent = -1;
+    if (XkbQueryExtension(display, &xkbOpcode, &m_xkbEvent, &xkbError, &xkbMajor, &xkbMinor)) {
+        XkbSelectEventDetails(display, XkbUseCoreKbd, XkbStateNotify, XkbGroupStateMask,
+                              XkbGroupStateMask);
+        XkbStateRec state{};
+        m_group = XkbGetState(display, XkbUseCoreKbd, &state) == Success ? state.group : 0;
+    }
     XFlush(display);
 
     m_display = display;
@@ -160,9 +168,18 @@ void X11KeySource::ungrabCombos()
     XFlush(m_display);
 }
 
+unsigned long X11KeySource::baseKeysym(int keycode) const
+{
+    // The layout in use now (its XKB group), so a shortcut follows a layout switch.
+    KeySym keysym = XkbKeycodeToKeysym(m_display, KeyCode(keycode), m_group, 0);
+    if (keysym == NoSymbol && m_group != 0)
+        keysym = XkbKeycodeToKeysym(m_display, KeyCode(keycode), 0, 0);
+    return keysym;
+}
+
 std::uint64_t X11KeySource::modifierBit(int keycode) const
 {
-    const KeySym keysym = XkbKeycodeToKeysym(m_display, KeyCode(keycode), 0, 0);
+    const KeySym keysym = baseKeysym(keycode);
     const KeySym fnKeysym = XStringToKeysym(m_fnKey.toLatin1().constData());
     // Right Alt is AltGr on many layouts.
     if (keysym == fnKeysym || (fnKeysym == XK_Alt_R && keysym == XK_ISO_Level3_Shift))
@@ -193,6 +210,12 @@ void X11KeySource::readEvents()
     while (m_display && XPending(m_display)) {
         XEvent event;
         XNextEvent(m_display, &event);
+        if (m_xkbEvent >= 0 && event.type == m_xkbEvent) {
+            const auto &xkb = reinterpret_cast<const XkbEvent &>(event);
+            if (xkb.any.xkb_type == XkbStateNotify)
+                m_group = xkb.state.group;
+            continue;
+        }
         if (event.type == MappingNotify) {
             // A new layout or keymap: key codes of the grabs may have moved.
             XRefreshKeyboardMapping(&event.xmapping);
@@ -226,7 +249,7 @@ void X11KeySource::handleRawKey(int keycode, bool press, bool repeat)
             m_handler({Type::flagsChanged, -1, after});
         return;
     }
-    const int code = MacKeyCodes::fromKeysym(XkbKeycodeToKeysym(m_display, KeyCode(keycode), 0, 0));
+    const int code = MacKeyCodes::fromKeysym(baseKeysym(keycode));
     if (code < 0)
         return; // no shortcut can name this key
     if (press || repeat)

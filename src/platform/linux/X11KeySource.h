@@ -38,6 +38,7 @@ public:
 private:
     void readEvents();
     void handleRawKey(int keycode, bool press, bool repeat);
+    unsigned long baseKeysym(int keycode) const;
     std::uint64_t modifierBit(int keycode) const;
     void grabCombos();
     void ungrabCombos();
@@ -46,6 +47,8 @@ private:
     Handler m_handler;
     _XDisplay *m_display = nullptr;
     int m_xiOpcode = 0;
+    int m_xkbEvent = -1;
+    int m_group = 0; // the XKB group (layout) in use
     std::unique_ptr<QSocketNotifier> m_notifier;
     QHash<int, std::uint64_t> m_heldModifiers; // X keycode → its bit
     QList<Combo> m_combos;
