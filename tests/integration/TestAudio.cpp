@@ -21,6 +21,32 @@
 #include <QTest>
 #include <QtEndian>
 
+namespace {
+
+// A meeting recorder wired to a fake backend, with its own folders and a manual clock.
+struct MeetingRig
+{
+    FakeBackendServer server;
+    std::unique_ptr<Backend> backend;
+    QTemporaryDir temp, data;
+    std::unique_ptr<MeetingStore> store;
+    ManualClock clock;
+    ManualScheduler scheduler{clock};
+    std::unique_ptr<MeetingRecorder> recorder;
+
+    MeetingRig()
+    {
+        if (!server.listen())
+            qFatal("no port for the fake backend");
+        backend = std::make_unique<Backend>(server.baseURL());
+        store = std::make_unique<MeetingStore>(*backend, data.filePath("Recordings"));
+        recorder = std::make_unique<MeetingRecorder>(*store, clock, scheduler, temp.path());
+    }
+    QStringList temporaryFiles() const { return QDir(temp.path()).entryList(QDir::Files); }
+};
+
+} // namespace
+
 class TestAudio : public QObject
 {
     Q_OBJECT
@@ -95,8 +121,8 @@ private Q_SLOTS:
 
     void meetingIsRecordedUploadedAndFiled()
     {
-        FakeBackendServer server;
-        QVERIFY(server.listen());
+        MeetingRig rig;
+        FakeBackendServer &server = rig.server;
         server.on("POST", "/uploads/presign")
             .json(
                 QJsonObject{{"uploadUrl", server.baseURL().toString() + "/put/k1"}, {"key", "k1"}});
@@ -108,20 +134,15 @@ private Q_SLOTS:
                                                       {"notes", ""},
                                                       {"durationSec", 61},
                                                       {"date", "2026-11-22T10:00:00Z"}}}});
-        Backend backend(server.baseURL());
-        QTemporaryDir temp, data;
-        MeetingStore store(backend, data.filePath("Recordings"));
-        ManualClock clock;
-        ManualScheduler scheduler(clock);
-        MeetingRecorder recorder(store, clock, scheduler, temp.path());
+        MeetingRecorder &recorder = *rig.recorder;
 
         recorder.stopAndProcess(); // nothing recorded: nothing sent
         QCOMPARE(recorder.phase(), MeetingRecorder::Phase::idle);
         recorder.start();
         QProcess player;
         player.start("paplay", {"-d", "speaker", m_speech});
-        QTest::qWait(1500);      // real audio takes real time
-        scheduler.advance(61.9); // the meeting's clock
+        QTest::qWait(1500);          // real audio takes real time
+        rig.scheduler.advance(61.9); // the meeting's clock
         QCOMPARE(recorder.duration(), 61.75);
         QVERIFY(recorder.level() >= 0.0f);
         recorder.stopAndProcess();
@@ -130,8 +151,8 @@ private Q_SLOTS:
         QCOMPARE(server.lastRequest().json().value("durationSec").toInt(), 61);
         player.waitForFinished(5000);
 
-        QCOMPARE(store.meetings().value(0).id, QStringLiteral("m7"));
-        QFile filed(data.filePath("Recordings/m7.wav"));
+        QCOMPARE(rig.store->meetings().value(0).id, QStringLiteral("m7"));
+        QFile filed(rig.data.filePath("Recordings/m7.wav"));
         QVERIFY(filed.open(QIODevice::ReadOnly));
         const auto wav = WavFileInfo::read(filed);
         QVERIFY(wav);
@@ -140,29 +161,25 @@ private Q_SLOTS:
         QCOMPARE(wav->sampleRate, 48000);
         QVERIFY2(wav->durationSeconds() > 1.0 && wav->durationSeconds() < 2.5,
                  qPrintable(QString::number(wav->durationSeconds())));
-        QCOMPARE(QDir(temp.path()).entryList(QDir::Files), QStringList());
+        QCOMPARE(rig.temporaryFiles(), QStringList());
     }
 
     void failedUploadKeepsTheRecording()
     {
-        FakeBackendServer server;
-        QVERIFY(server.listen());
-        server.on("POST", "/uploads/presign").status(503).json(QJsonObject{{"error", "Busy"}});
-        Backend backend(server.baseURL());
-        QTemporaryDir temp, data;
-        MeetingStore store(backend, data.filePath("Recordings"));
-        ManualClock clock;
-        ManualScheduler scheduler(clock);
-        MeetingRecorder recorder(store, clock, scheduler, temp.path());
+        MeetingRig rig;
+        rig.server.on("POST", "/uploads/presign").status(503).json(QJsonObject{{"error", "Busy"}});
+        MeetingRecorder &recorder = *rig.recorder;
+        MeetingStore &store = *rig.store;
 
         recorder.start();
         QTest::qWait(500);
         recorder.stopAndProcess();
         QTRY_COMPARE(recorder.phase(), MeetingRecorder::Phase::error);
         QCOMPARE(recorder.phaseMessage(), QStringLiteral("Backend error 503: Busy"));
-        QCOMPARE(QDir(temp.path()).entryList(QDir::Files), QStringList());
+        QCOMPARE(rig.temporaryFiles(), QStringList());
         QCOMPARE(store.unsentRecordings().size(), 1);
-        QVERIFY(store.unsentRecordings().first().startsWith(data.filePath("Recordings/unsent/")));
+        QVERIFY(
+            store.unsentRecordings().first().startsWith(rig.data.filePath("Recordings/unsent/")));
 
         store.deleteUnsent(store.unsentRecordings().first());
         QVERIFY(store.unsentRecordings().isEmpty());
