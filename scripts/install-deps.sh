@@ -10,6 +10,7 @@ build=(
   qcoro-qt6-dev qtkeychain-qt6-dev qt6-multimedia-dev libsndfile1-dev
   libx11-dev libxi-dev libxtst-dev libxfixes-dev libatspi2.0-dev
   libbenchmark-dev
+  libcpp-httplib-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev libsodium-dev
 )
 run=(
   libqt6svg6 qml6-module-qtquick qml6-module-qtqml qml6-module-qtquick-controls

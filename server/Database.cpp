@@ -1,0 +1,68 @@
+#include "Database.h"
+
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+
+namespace {
+
+// Each entry moves the schema one version up; never edit a shipped entry, add one.
+const char *const migrations[] = {
+    R"(CREATE TABLE users (
+           id TEXT PRIMARY KEY,
+           email TEXT NOT NULL UNIQUE COLLATE NOCASE,
+           name TEXT NOT NULL,
+           password_hash TEXT NOT NULL,
+           provider TEXT NOT NULL DEFAULT 'email',
+           created_at TEXT NOT NULL);
+       CREATE TABLE tokens (
+           token_hash TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           created_at TEXT NOT NULL);)",
+};
+
+} // namespace
+
+Database::Database(const std::string &path)
+    : m_db(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+{
+    m_db.exec("PRAGMA journal_mode=WAL");
+    m_db.exec("PRAGMA foreign_keys=ON");
+    m_db.exec("PRAGMA synchronous=NORMAL");
+    m_db.setBusyTimeout(5000);
+    migrate();
+}
+
+int Database::schemaVersion()
+{
+    return m_db.execAndGet("PRAGMA user_version").getInt();
+}
+
+void Database::migrate()
+{
+    const int target = int(std::size(migrations));
+    for (int version = schemaVersion(); version < target; ++version) {
+        SQLite::Transaction transaction(m_db);
+        m_db.exec(migrations[version]);
+        m_db.exec("PRAGMA user_version=" + std::to_string(version + 1));
+        transaction.commit();
+    }
+}
+
+std::string Database::now()
+{
+    const auto time = std::chrono::system_clock::now();
+    const auto millis =
+        std::chrono::duration_cast<std::chrono::milliseconds>(time.time_since_epoch()).count() %
+        1000;
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", utc.tm_year + 1900,
+                  utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, int(millis));
+    return text;
+}

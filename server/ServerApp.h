@@ -1,0 +1,40 @@
+#pragma once
+
+#include "AccountService.h"
+#include "Database.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace httplib {
+class Server;
+struct Request;
+struct Response;
+} // namespace httplib
+
+// The HTTP face of the backend on 127.0.0.1: routes, JSON errors and request limits.
+class ServerApp
+{
+public:
+    static constexpr std::size_t maxJsonBytes = 1 << 20;
+    static constexpr std::size_t maxMultipartBytes = 64u << 20;
+
+    explicit ServerApp(const std::string &dataDirectory);
+    ~ServerApp();
+
+    // Binds 127.0.0.1:`port` (0 picks a free one); returns the port or -1.
+    int bind(int port);
+    // Serves until stop(); blocks.
+    bool listen();
+    void stop();
+
+private:
+    void addRoutes();
+
+    std::string m_dataDirectory;
+    Database m_database;
+    AccountService m_accounts;
+    std::mutex m_lock; // one request at a time touches the database
+    std::unique_ptr<httplib::Server> m_server;
+};

@@ -1,0 +1,93 @@
+// ovrin-server: the companion backend of Ovrin on 127.0.0.1.
+#include "Secrets.h"
+#include "ServerApp.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+namespace {
+
+const char *const usage =
+    "Usage: ovrin-server [--port N] [--data DIR]\n"
+    "\n"
+    "Serves the Ovrin backend on http://127.0.0.1 (port 8787 by default; it never\n"
+    "listens on other addresses).\n"
+    "  --port N    another port, for tests (0 picks a free one and prints it)\n"
+    "  --data DIR  where the database and recordings live\n"
+    "              (default: $XDG_DATA_HOME/Ovrin/server)\n";
+
+ServerApp *running = nullptr;
+
+std::string defaultDataDirectory()
+{
+    if (const char *data = std::getenv("XDG_DATA_HOME"); data && *data)
+        return std::string(data) + "/Ovrin/server";
+    const char *home = std::getenv("HOME");
+    return std::string(home ? home : ".") + "/.local/share/Ovrin/server";
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    int port = 8787;
+    std::string data = defaultDataDirectory();
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--help" || arg == "-h") {
+            std::cout << usage;
+            return 0;
+        }
+        if ((arg == "--port" || arg == "--data") && i + 1 < argc) {
+            const std::string value = argv[++i];
+            if (arg == "--data") {
+                data = value;
+                continue;
+            }
+            char *end = nullptr;
+            const long parsed = std::strtol(value.c_str(), &end, 10);
+            if (*end || parsed < 0 || parsed > 65535) {
+                std::cerr << "ovrin-server: --port needs a number from 0 to 65535\n";
+                return 2;
+            }
+            port = int(parsed);
+            continue;
+        }
+        std::cerr << "ovrin-server: unknown argument \"" << arg << "\"\n\n" << usage;
+        return 2;
+    }
+
+    if (!Secrets::initialise()) {
+        std::cerr << "ovrin-server: the crypto library could not start\n";
+        return 1;
+    }
+    std::error_code error;
+    std::filesystem::create_directories(data, error);
+    if (error) {
+        std::cerr << "ovrin-server: can't create " << data << ": " << error.message() << '\n';
+        return 1;
+    }
+    try {
+        ServerApp app(data);
+        const int bound = app.bind(port);
+        if (bound < 0) {
+            std::cerr << "ovrin-server: can't listen on 127.0.0.1:" << port
+                      << " (is another server running?)\n";
+            return 1;
+        }
+        running = &app;
+        std::signal(SIGTERM, [](int) { running->stop(); });
+        std::signal(SIGINT, [](int) { running->stop(); });
+        std::cout << "ovrin-server listening on http://127.0.0.1:" << bound << ", data in " << data
+                  << std::endl;
+        app.listen();
+        running = nullptr;
+    } catch (const std::exception &e) {
+        std::cerr << "ovrin-server: " << e.what() << '\n';
+        return 1;
+    }
+    return 0;
+}

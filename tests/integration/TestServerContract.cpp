@@ -1,0 +1,126 @@
+// The application's own backend client against a real ovrin-server on a free port.
+#include "backend/Backend.h"
+#include "backend/TokenProvider.h"
+#include "support/TaskOutcome.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Statement.h>
+
+namespace {
+
+struct Token : TokenProvider
+{
+    QString value;
+    QString bearerToken() const override { return value; }
+};
+
+template <class T> TaskOutcome<T> run(QCoro::Task<T> task)
+{
+    return TaskOutcome<T>::settle(std::move(task));
+}
+
+} // namespace
+
+class TestServerContract : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_data;
+    QProcess m_server;
+    std::unique_ptr<Backend> m_backend;
+    Token m_token;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_server.start(QStringLiteral(SERVER_BINARY), {"--port", "0", "--data", m_data.path()});
+        QVERIFY(m_server.waitForReadyRead(10000));
+        const QString banner = QString::fromUtf8(m_server.readLine());
+        const auto port = QRegularExpression("127\\.0\\.0\\.1:(\\d+)").match(banner).captured(1);
+        QVERIFY2(!port.isEmpty(), qPrintable(banner));
+        QVERIFY(banner.contains(m_data.path()));
+        m_backend = std::make_unique<Backend>(QUrl("http://127.0.0.1:" + port));
+        m_backend->setTokenProvider(&m_token);
+        QCOMPARE(run(m_backend->health()).value, std::optional(true));
+    }
+
+    void cleanupTestCase()
+    {
+        m_server.terminate();
+        QVERIFY(m_server.waitForFinished(5000));
+        QCOMPARE(m_server.exitCode(), 0);
+    }
+
+    void accounts()
+    {
+        const auto registered =
+            run(m_backend->registerAccount("ada@example.com", "correct horse", "Ada Lovelace"));
+        QVERIFY2(registered.value, qPrintable(registered.errorDescription()));
+        QCOMPARE(registered.value->user.email, QStringLiteral("ada@example.com"));
+        QCOMPARE(registered.value->user.initials(), QStringLiteral("AL"));
+
+        QCOMPARE(run(m_backend->registerAccount("ADA@example.com", "another one", ""))
+                     .errorDescription(),
+                 QStringLiteral("Backend error 409: Email taken"));
+        QCOMPARE(run(m_backend->registerAccount("bob@example.com", "short", "")).errorDescription(),
+                 QStringLiteral("Backend error 400: Choose a password of at least 8 characters."));
+
+        const auto signedIn = run(m_backend->login("ada@example.com", "correct horse"));
+        QVERIFY2(signedIn.value, qPrintable(signedIn.errorDescription()));
+        QVERIFY(signedIn.value->token != registered.value->token);
+
+        QCOMPARE(run(m_backend->me()).errorDescription(),
+                 QStringLiteral("Backend error 401: Sign in first."));
+        m_token.value = signedIn.value->token;
+        const auto me = run(m_backend->me());
+        QVERIFY2(me.value, qPrintable(me.errorDescription()));
+        QCOMPARE(*me.value, registered.value->user);
+        QCOMPARE(run(m_backend->googleAvailable()).value, std::optional(false));
+    }
+
+    void refusalsLookAlikeAndAreRateLimited()
+    {
+        const QString wrong = QStringLiteral("Backend error 401: Wrong email or password.");
+        QCOMPARE(run(m_backend->login("nobody@example.com", "whatever1")).errorDescription(),
+                 wrong);
+        for (int i = 0; i < 5; ++i)
+            QCOMPARE(run(m_backend->login("ada@example.com", "wrong password")).errorDescription(),
+                     wrong);
+        QCOMPARE(
+            run(m_backend->login("ada@example.com", "correct horse")).errorDescription(),
+            QStringLiteral("Backend error 429: Too many sign-in attempts. Try again in a minute."));
+    }
+
+    void passwordsAreNotStoredInClear()
+    {
+        SQLite::Database db((m_data.path() + "/ovrin.db").toStdString(), SQLite::OPEN_READONLY);
+        SQLite::Statement query(db, "SELECT password_hash FROM users");
+        QVERIFY(query.executeStep());
+        const std::string hash = query.getColumn(0).getString();
+        QVERIFY(hash.rfind("$argon2id$", 0) == 0);
+        QVERIFY(hash.find("correct horse") == std::string::npos);
+        SQLite::Statement tokens(db, "SELECT token_hash FROM tokens");
+        while (tokens.executeStep())
+            QVERIFY(QString::fromStdString(tokens.getColumn(0).getString()) != m_token.value);
+    }
+
+    void oversizedAndUnknownRequestsGetJsonErrors()
+    {
+        BackendRequest big = m_backend->makeRequest("auth/login", "POST");
+        Backend::setJsonBody(big, QJsonObject{{"email", QString(2 << 20, 'x')}});
+        QCOMPARE(run(m_backend->send(std::move(big))).errorDescription(),
+                 QStringLiteral(
+                     "Backend error 413: Request too large: JSON bodies are limited to 1 MiB."));
+        QCOMPARE(
+            run(m_backend->send(m_backend->makeRequest("no/such/route", "GET"))).errorDescription(),
+            QStringLiteral("Backend error 404: No such endpoint."));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServerContract)
+#include "TestServerContract.moc"
