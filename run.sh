@@ -10,7 +10,7 @@ fi
 
 scripts/install-deps.sh --no-test
 targets=(ovrin)
-grep -q 'ovrin-server' build/build.ninja 2>/dev/null && targets+=(ovrin-server)
+[ -f server/CMakeLists.txt ] && targets+=(ovrin-server)
 scripts/build.sh "${targets[@]}"
 
 # The companion server, unless one already answers on its port.
