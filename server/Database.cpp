@@ -22,6 +22,52 @@ const char *const migrations[] = {
            token_hash TEXT PRIMARY KEY,
            user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
            created_at TEXT NOT NULL);)",
+    R"(CREATE TABLE history (
+           id TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           kind TEXT NOT NULL CHECK (kind IN ('dictation', 'question', 'answer')),
+           text TEXT NOT NULL,
+           date TEXT NOT NULL);
+       CREATE INDEX history_by_user ON history(user_id, date);
+       CREATE TABLE dictionary (
+           id TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           term TEXT NOT NULL COLLATE NOCASE,
+           variants TEXT NOT NULL DEFAULT '[]',
+           date TEXT NOT NULL,
+           UNIQUE (user_id, term));
+       CREATE TABLE projects (
+           id TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           name TEXT NOT NULL,
+           aliases TEXT NOT NULL DEFAULT '[]',
+           summary TEXT NOT NULL DEFAULT '');
+       CREATE TABLE tasks (
+           id TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           title TEXT NOT NULL,
+           project TEXT REFERENCES projects(id) ON DELETE SET NULL,
+           done INTEGER NOT NULL DEFAULT 0,
+           due_at TEXT,
+           date TEXT NOT NULL,
+           completed_at TEXT,
+           description TEXT NOT NULL DEFAULT '');
+       CREATE TABLE reminders (
+           id TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           title TEXT NOT NULL,
+           due_at TEXT NOT NULL,
+           date TEXT NOT NULL,
+           description TEXT NOT NULL DEFAULT '');
+       CREATE TABLE memories (
+           id TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           text TEXT NOT NULL,
+           category TEXT NOT NULL DEFAULT 'general',
+           tier TEXT NOT NULL DEFAULT 'long',
+           projects TEXT NOT NULL DEFAULT '[]',
+           source TEXT NOT NULL DEFAULT 'chat',
+           date TEXT NOT NULL);)",
 };
 
 } // namespace

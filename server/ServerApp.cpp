@@ -1,6 +1,7 @@
 #include "ServerApp.h"
 
 #include "HttpError.h"
+#include "UserData.h"
 
 #include <httplib.h>
 #include <nlohmann/json.hpp>
@@ -36,6 +37,13 @@ std::string stringField(const json &body, const char *key)
     if (it == body.end() || !it->is_string())
         throw HttpError(400, std::string("Missing \"") + key + "\".");
     return it->get<std::string>();
+}
+
+std::optional<std::string> scopeOf(const httplib::Request &request)
+{
+    if (!request.has_param("scope"))
+        return std::nullopt;
+    return request.get_param_value("scope");
 }
 
 std::string bearerToken(const httplib::Request &request)
@@ -120,6 +128,72 @@ void ServerApp::addRoutes()
     m_server->Get("/auth/me", route([this, signedIn](const httplib::Request &request) {
                       return json{{"user", m_accounts.user(signedIn(request))}};
                   }));
+    // The user's own data; every handler sees only the signed-in user's rows.
+    const auto data = [this, signedIn](const httplib::Request &request) {
+        return UserData(m_database, signedIn(request));
+    };
+    const auto ok = json::object();
+    m_server->Get("/history", route([data](const httplib::Request &request) {
+                      return data(request).history(scopeOf(request));
+                  }));
+    m_server->Post("/history", route([data](const httplib::Request &request) {
+                       const json body = parseBody(request);
+                       return data(request).addHistory(stringField(body, "kind"),
+                                                       stringField(body, "text"));
+                   }));
+    m_server->Delete("/history", route([data, ok](const httplib::Request &request) {
+                         data(request).clearHistory(scopeOf(request));
+                         return ok;
+                     }));
+    m_server->Get("/dictionary", route([data](const httplib::Request &request) {
+                      return data(request).dictionary();
+                  }));
+    m_server->Post("/dictionary", route([data](const httplib::Request &request) {
+                       const json body = parseBody(request);
+                       return data(request).addDictionaryTerm(stringField(body, "term"),
+                                                              body.value("variant", ""));
+                   }));
+    m_server->Get("/tasks",
+                  route([data](const httplib::Request &request) { return data(request).tasks(); }));
+    m_server->Post(R"(/tasks/([^/]+)/complete)", route([data, ok](const httplib::Request &request) {
+                       const json body = parseBody(request);
+                       const auto done = body.find("done");
+                       if (done == body.end() || !done->is_boolean())
+                           throw HttpError(400, "Missing \"done\".");
+                       data(request).completeTask(request.matches[1], done->get<bool>());
+                       return ok;
+                   }));
+    m_server->Get("/reminders", route([data](const httplib::Request &request) {
+                      return data(request).reminders();
+                  }));
+    m_server->Get("/memories", route([data](const httplib::Request &request) {
+                      return data(request).memories();
+                  }));
+    m_server->Get("/projects", route([data](const httplib::Request &request) {
+                      return data(request).projects();
+                  }));
+    for (const char *table : {"tasks", "reminders", "memories", "dictionary"}) {
+        m_server->Delete(std::string("/") + table + "/([^/]+)",
+                         route([data, ok, table](const httplib::Request &request) {
+                             data(request).deleteRow(table, request.matches[1]);
+                             return ok;
+                         }));
+    }
+    m_server->Get("/connections", route([signedIn](const httplib::Request &request) {
+                      signedIn(request);
+                      return json{{"apps", json::array()}}; // no provider is configured
+                  }));
+    m_server->Post(R"(/connections/([^/]+)/connect)",
+                   route([signedIn](const httplib::Request &request) -> json {
+                       signedIn(request);
+                       throw HttpError(501, "No connection provider is configured on this server.");
+                   }));
+    m_server->Delete(R"(/connections/([^/]+))",
+                     route([signedIn](const httplib::Request &request) -> json {
+                         signedIn(request);
+                         throw HttpError(404, "That app is not connected.");
+                     }));
+
     m_server->Get("/auth/config", route([](const httplib::Request &) {
                       return json{{"google", false}};
                   }));

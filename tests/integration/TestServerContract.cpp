@@ -83,6 +83,87 @@ private Q_SLOTS:
         QCOMPARE(run(m_backend->googleAvailable()).value, std::optional(false));
     }
 
+    void historyAndDictionary()
+    {
+        QVERIFY(!run(m_backend->addHistory("dictation", "Hello there.")).error);
+        QVERIFY(!run(m_backend->addHistory("question", "What time is it?")).error);
+        QCOMPARE(run(m_backend->addHistory("shout", "x")).errorDescription(),
+                 QStringLiteral("Backend error 400: Unknown history kind \"shout\"."));
+        QCOMPARE(run(m_backend->history(std::nullopt)).value->size(), 2);
+        const auto transcripts = run(m_backend->history(QStringLiteral("transcripts")));
+        QVERIFY2(transcripts.value, qPrintable(transcripts.errorDescription()));
+        QCOMPARE(transcripts.value->size(), 1);
+        QCOMPARE(transcripts.value->first().kind, EntryKind::dictation);
+        QVERIFY(!run(m_backend->clearHistory(QStringLiteral("chat"))).error);
+        QCOMPARE(run(m_backend->history(std::nullopt)).value->size(), 1);
+
+        const auto first =
+            run(m_backend->createDictionaryTerm("Kubernetes", QStringLiteral("cube")));
+        QVERIFY2(first.value, qPrintable(first.errorDescription()));
+        const auto merged =
+            run(m_backend->createDictionaryTerm("kubernetes", QStringLiteral("koo")));
+        QCOMPARE(merged.value->id, first.value->id);
+        QCOMPARE(merged.value->variants, (QStringList{"cube", "koo"}));
+        QCOMPARE(run(m_backend->dictionary()).value->size(), 1);
+    }
+
+    void assistantListsDecodeStrictly()
+    {
+        const auto me = run(m_backend->me());
+        QVERIFY(me.value);
+        {
+            SQLite::Database db((m_data.path() + "/ovrin.db").toStdString(),
+                                SQLite::OPEN_READWRITE);
+            const std::string user = me.value->id.toStdString();
+            db.exec("INSERT INTO projects VALUES ('p1', '" + user +
+                    "', 'Garden', '[\"yard\"]', '')");
+            db.exec("INSERT INTO tasks (id, user_id, title, project, date) VALUES ('t1', '" + user +
+                    "', 'Water plants', 'p1', '2026-11-22T09:00:00.000Z')");
+            db.exec("INSERT INTO tasks (id, user_id, title, date) VALUES ('t2', '" + user +
+                    "', 'Call Bob', '2026-11-22T09:00:00.000Z')");
+            db.exec("INSERT INTO reminders VALUES ('r1', '" + user +
+                    "', 'Past', '2020-01-01T00:00:00.000Z', '2020-01-01T00:00:00.000Z', '')");
+            db.exec(
+                "INSERT INTO memories VALUES ('m1', '" + user +
+                "', 'Likes tea', 'taste', 'long', '[\"p1\"]', 'chat', '2026-11-22T09:00:00.000Z')");
+        }
+        const auto tasks = run(m_backend->tasks());
+        QVERIFY2(tasks.value, qPrintable(tasks.errorDescription()));
+        QCOMPARE(tasks.value->size(), 2);
+        QVERIFY(!run(m_backend->completeTask("t1", true)).error);
+        QVERIFY(!run(m_backend->deleteTask("t2")).error);
+        const auto after = run(m_backend->tasks());
+        QCOMPARE(after.value->size(), 1);
+        QVERIFY(after.value->first().done && after.value->first().completedAt);
+        QCOMPARE(after.value->first().project, std::optional<QString>("p1"));
+        QVERIFY(run(m_backend->reminders()).value->first().fired);
+        QCOMPARE(run(m_backend->memories()).value->first().projects, QStringList{"p1"});
+        QCOMPARE(run(m_backend->projects()).value->first().aliases, QStringList{"yard"});
+        QVERIFY(run(m_backend->connections()).value->isEmpty());
+        QCOMPARE(run(m_backend->connect("slack")).errorDescription(),
+                 QStringLiteral(
+                     "Backend error 501: No connection provider is configured on this server."));
+    }
+
+    void usersSeeOnlyTheirOwnRows()
+    {
+        const QString ada = m_token.value;
+        const auto bob =
+            run(m_backend->registerAccount("bob@example.com", "bob's password", "Bob"));
+        QVERIFY(bob.value);
+        m_token.value = bob.value->token;
+        QVERIFY(run(m_backend->history(std::nullopt)).value->isEmpty());
+        QVERIFY(run(m_backend->tasks()).value->isEmpty());
+        QCOMPARE(run(m_backend->deleteTask("t1")).errorDescription(),
+                 QStringLiteral("Backend error 404: Nothing to delete: no such item."));
+        QCOMPARE(run(m_backend->completeTask("t1", false)).errorDescription(),
+                 QStringLiteral("Backend error 404: No such task."));
+        QVERIFY(!run(m_backend->clearHistory(std::nullopt)).error);
+        m_token.value = ada;
+        QCOMPARE(run(m_backend->history(std::nullopt)).value->size(), 1);
+        QCOMPARE(run(m_backend->tasks()).value->size(), 1);
+    }
+
     void refusalsLookAlikeAndAreRateLimited()
     {
         const QString wrong = QStringLiteral("Backend error 401: Wrong email or password.");

@@ -1,0 +1,242 @@
+#include "UserData.h"
+
+#include "Database.h"
+#include "HttpError.h"
+#include "Secrets.h"
+
+#include <SQLiteCpp/Statement.h>
+
+#include <algorithm>
+
+using json = nlohmann::json;
+
+namespace {
+
+json optionalText(const SQLite::Column &column)
+{
+    return column.isNull() ? json(nullptr) : json(column.getString());
+}
+
+json jsonArray(const std::string &text)
+{
+    json value = json::parse(text, nullptr, false);
+    return value.is_array() ? value : json::array();
+}
+
+// Which history kinds a scope lists.
+std::string kindsOf(const std::optional<std::string> &scope)
+{
+    if (!scope)
+        return "('dictation', 'question', 'answer')";
+    if (*scope == "transcripts")
+        return "('dictation')";
+    if (*scope == "chat")
+        return "('question', 'answer')";
+    throw HttpError(400, "Unknown history scope \"" + *scope + "\": use transcripts or chat.");
+}
+
+} // namespace
+
+UserData::UserData(Database &database, std::string userId)
+    : m_database(database), m_userId(std::move(userId))
+{}
+
+json UserData::history(const std::optional<std::string> &scope)
+{
+    SQLite::Statement query(
+        m_database.db(), "SELECT id, date, kind, text FROM history WHERE user_id = ? AND kind IN " +
+                             kindsOf(scope) + " ORDER BY date DESC, rowid DESC");
+    query.bind(1, m_userId);
+    json entries = json::array();
+    while (query.executeStep())
+        entries.push_back({{"id", query.getColumn(0).getString()},
+                           {"date", query.getColumn(1).getString()},
+                           {"kind", query.getColumn(2).getString()},
+                           {"text", query.getColumn(3).getString()}});
+    return {{"entries", entries}};
+}
+
+json UserData::addHistory(const std::string &kind, const std::string &text)
+{
+    if (kind != "dictation" && kind != "question" && kind != "answer")
+        throw HttpError(400, "Unknown history kind \"" + kind + "\".");
+    const json entry = {
+        {"id", Secrets::newId()}, {"date", Database::now()}, {"kind", kind}, {"text", text}};
+    SQLite::Statement insert(
+        m_database.db(),
+        "INSERT INTO history (id, user_id, kind, text, date) VALUES (?, ?, ?, ?, ?)");
+    insert.bind(1, entry["id"].get<std::string>());
+    insert.bind(2, m_userId);
+    insert.bind(3, kind);
+    insert.bind(4, text);
+    insert.bind(5, entry["date"].get<std::string>());
+    insert.exec();
+    return {{"entry", entry}};
+}
+
+void UserData::clearHistory(const std::optional<std::string> &scope)
+{
+    SQLite::Statement remove(m_database.db(),
+                             "DELETE FROM history WHERE user_id = ? AND kind IN " + kindsOf(scope));
+    remove.bind(1, m_userId);
+    remove.exec();
+}
+
+json UserData::dictionary()
+{
+    SQLite::Statement query(m_database.db(), "SELECT id, term, variants FROM dictionary "
+                                             "WHERE user_id = ? ORDER BY date DESC, rowid DESC");
+    query.bind(1, m_userId);
+    json terms = json::array();
+    while (query.executeStep())
+        terms.push_back({{"id", query.getColumn(0).getString()},
+                         {"term", query.getColumn(1).getString()},
+                         {"variants", jsonArray(query.getColumn(2).getString())}});
+    return {{"terms", terms}};
+}
+
+json UserData::addDictionaryTerm(const std::string &term, const std::string &variant)
+{
+    if (term.empty())
+        throw HttpError(400, "A dictionary term can't be empty.");
+    SQLite::Statement existing(m_database.db(), "SELECT id, term, variants FROM dictionary "
+                                                "WHERE user_id = ? AND term = ?");
+    existing.bind(1, m_userId);
+    existing.bind(2, term);
+    if (existing.executeStep()) {
+        const std::string id = existing.getColumn(0).getString();
+        json variants = jsonArray(existing.getColumn(2).getString());
+        if (!variant.empty() &&
+            std::find(variants.begin(), variants.end(), variant) == variants.end()) {
+            variants.push_back(variant);
+            SQLite::Statement update(
+                m_database.db(), "UPDATE dictionary SET variants = ? WHERE id = ? AND user_id = ?");
+            update.bind(1, variants.dump());
+            update.bind(2, id);
+            update.bind(3, m_userId);
+            update.exec();
+        }
+        return {
+            {"term",
+             {{"id", id}, {"term", existing.getColumn(1).getString()}, {"variants", variants}}}};
+    }
+    const json record = {{"id", Secrets::newId()},
+                         {"term", term},
+                         {"variants", variant.empty() ? json::array() : json::array({variant})}};
+    SQLite::Statement insert(m_database.db(),
+                             "INSERT INTO dictionary (id, user_id, term, variants, "
+                             "date) VALUES (?, ?, ?, ?, ?)");
+    insert.bind(1, record["id"].get<std::string>());
+    insert.bind(2, m_userId);
+    insert.bind(3, term);
+    insert.bind(4, record["variants"].dump());
+    insert.bind(5, Database::now());
+    insert.exec();
+    return {{"term", record}};
+}
+
+void UserData::deleteDictionaryTerm(const std::string &id)
+{
+    deleteRow("dictionary", id);
+}
+
+json UserData::tasks()
+{
+    SQLite::Statement query(
+        m_database.db(), "SELECT id, title, project, done, due_at, date, completed_at, description "
+                         "FROM tasks WHERE user_id = ? ORDER BY date DESC, rowid DESC");
+    query.bind(1, m_userId);
+    json tasks = json::array();
+    while (query.executeStep())
+        tasks.push_back({{"id", query.getColumn(0).getString()},
+                         {"title", query.getColumn(1).getString()},
+                         {"project", optionalText(query.getColumn(2))},
+                         {"done", query.getColumn(3).getInt() != 0},
+                         {"dueAt", optionalText(query.getColumn(4))},
+                         {"date", query.getColumn(5).getString()},
+                         {"completedAt", optionalText(query.getColumn(6))},
+                         {"description", query.getColumn(7).getString()}});
+    return {{"tasks", tasks}};
+}
+
+void UserData::completeTask(const std::string &id, bool done)
+{
+    SQLite::Statement update(
+        m_database.db(),
+        "UPDATE tasks SET done = ?, completed_at = ? WHERE id = ? AND user_id = ?");
+    update.bind(1, done ? 1 : 0);
+    if (done)
+        update.bind(2, Database::now());
+    else
+        update.bind(2);
+    update.bind(3, id);
+    update.bind(4, m_userId);
+    if (update.exec() == 0)
+        throw HttpError(404, "No such task.");
+}
+
+json UserData::reminders()
+{
+    SQLite::Statement query(m_database.db(),
+                            "SELECT id, title, due_at, date, description FROM reminders "
+                            "WHERE user_id = ? ORDER BY due_at");
+    query.bind(1, m_userId);
+    const std::string now = Database::now();
+    json reminders = json::array();
+    while (query.executeStep()) {
+        const std::string due = query.getColumn(2).getString();
+        // Both are UTC in one fixed format, so the text order is the time order.
+        reminders.push_back({{"id", query.getColumn(0).getString()},
+                             {"title", query.getColumn(1).getString()},
+                             {"dueAt", due},
+                             {"fired", due <= now},
+                             {"date", query.getColumn(3).getString()},
+                             {"description", query.getColumn(4).getString()}});
+    }
+    return {{"reminders", reminders}};
+}
+
+json UserData::memories()
+{
+    SQLite::Statement query(m_database.db(),
+                            "SELECT id, text, category, tier, projects, source, date FROM memories "
+                            "WHERE user_id = ? ORDER BY date DESC, rowid DESC");
+    query.bind(1, m_userId);
+    json memories = json::array();
+    while (query.executeStep())
+        memories.push_back({{"id", query.getColumn(0).getString()},
+                            {"text", query.getColumn(1).getString()},
+                            {"category", query.getColumn(2).getString()},
+                            {"tier", query.getColumn(3).getString()},
+                            {"projects", jsonArray(query.getColumn(4).getString())},
+                            {"source", query.getColumn(5).getString()},
+                            {"date", query.getColumn(6).getString()}});
+    return {{"memories", memories}};
+}
+
+json UserData::projects()
+{
+    SQLite::Statement query(m_database.db(), "SELECT id, name, aliases, summary FROM projects "
+                                             "WHERE user_id = ? ORDER BY name COLLATE NOCASE");
+    query.bind(1, m_userId);
+    json projects = json::array();
+    while (query.executeStep())
+        projects.push_back({{"id", query.getColumn(0).getString()},
+                            {"name", query.getColumn(1).getString()},
+                            {"aliases", jsonArray(query.getColumn(2).getString())},
+                            {"summary", query.getColumn(3).getString()}});
+    return {{"projects", projects}};
+}
+
+void UserData::deleteRow(const std::string &table, const std::string &id)
+{
+    static const char *const allowed[] = {"tasks", "reminders", "memories", "dictionary"};
+    if (std::find(std::begin(allowed), std::end(allowed), table) == std::end(allowed))
+        throw HttpError(500, "Unknown table.");
+    SQLite::Statement remove(m_database.db(),
+                             "DELETE FROM " + table + " WHERE id = ? AND user_id = ?");
+    remove.bind(1, id);
+    remove.bind(2, m_userId);
+    if (remove.exec() == 0)
+        throw HttpError(404, "Nothing to delete: no such item.");
+}
