@@ -68,6 +68,19 @@ const char *const migrations[] = {
            projects TEXT NOT NULL DEFAULT '[]',
            source TEXT NOT NULL DEFAULT 'chat',
            date TEXT NOT NULL);)",
+    R"(CREATE TABLE uploads (
+           key TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           expires INTEGER NOT NULL);
+       CREATE TABLE meetings (
+           id TEXT PRIMARY KEY,
+           user_id TEXT NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+           title TEXT NOT NULL,
+           transcript TEXT NOT NULL,
+           segments TEXT NOT NULL DEFAULT '[]',
+           notes TEXT NOT NULL,
+           duration_sec INTEGER NOT NULL,
+           date TEXT NOT NULL);)",
 };
 
 } // namespace

@@ -6,6 +6,9 @@
 #include <httplib.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 
 namespace {
@@ -57,9 +60,30 @@ std::string bearerToken(const httplib::Request &request)
 
 ServerApp::ServerApp(const std::string &dataDirectory)
     : m_dataDirectory(dataDirectory), m_database(dataDirectory + "/ovrin.db"),
-      m_accounts(m_database), m_server(std::make_unique<httplib::Server>())
+      m_accounts(m_database), m_meetings(m_database, m_processor, dataDirectory),
+      m_server(std::make_unique<httplib::Server>())
 {
-    m_server->set_payload_max_length(maxMultipartBytes);
+    m_server->set_payload_max_length(maxUploadBytes);
+    // Refuse an oversized body from its announced length, before reading any of it.
+    m_server->set_pre_routing_handler([](const httplib::Request &request,
+                                         httplib::Response &response) {
+        const std::size_t length =
+            std::strtoull(request.get_header_value("Content-Length").c_str(), nullptr, 10);
+        const bool upload = request.method == "PUT" && request.path.rfind("/uploads/", 0) == 0;
+        const bool multipart = request.get_header_value("Content-Type").rfind("multipart/", 0) == 0;
+        const std::size_t limit = upload      ? maxUploadBytes
+                                  : multipart ? maxMultipartBytes
+                                              : maxJsonBytes;
+        if (length <= limit)
+            return httplib::Server::HandlerResponse::Unhandled;
+        const std::string what = upload      ? "uploads are limited to 4 GiB"
+                                 : multipart ? "audio and images are limited to 64 MiB"
+                                             : "JSON bodies are limited to 1 MiB";
+        sendJson(response, 413, {{"error", "Request too large: " + what + "."}});
+        // The body is never read, so the connection can't carry another request.
+        response.set_header("Connection", "close");
+        return httplib::Server::HandlerResponse::Handled;
+    });
     // Statuses that httplib answers by itself (404, 413, …) still carry a JSON error.
     m_server->set_error_handler([](const httplib::Request &, httplib::Response &response) {
         if (!response.body.empty())
@@ -76,8 +100,9 @@ ServerApp::~ServerApp() = default;
 
 int ServerApp::bind(int port)
 {
-    return port == 0 ? m_server->bind_to_any_port("127.0.0.1")
-                     : (m_server->bind_to_port("127.0.0.1", port) ? port : -1);
+    m_port = port == 0 ? m_server->bind_to_any_port("127.0.0.1")
+                       : (m_server->bind_to_port("127.0.0.1", port) ? port : -1);
+    return m_port;
 }
 
 bool ServerApp::listen()
@@ -194,6 +219,8 @@ void ServerApp::addRoutes()
                          throw HttpError(404, "That app is not connected.");
                      }));
 
+    addMeetingRoutes();
+
     m_server->Get("/auth/config", route([](const httplib::Request &) {
                       return json{{"google", false}};
                   }));
@@ -203,4 +230,88 @@ void ServerApp::addRoutes()
                              "in Ovrin instead.</p>",
                              "text/html; charset=utf-8");
     });
+}
+
+namespace {
+
+// A refused upload still reads a small body, so the client sees the answer rather than a
+// broken connection; a large one is cut off.
+void refuseUpload(const httplib::Request &request, httplib::Response &response,
+                  const httplib::ContentReader &reader, int status, const std::string &message)
+{
+    const std::size_t length =
+        std::strtoull(request.get_header_value("Content-Length").c_str(), nullptr, 10);
+    if (length <= ServerApp::maxMultipartBytes)
+        reader([](const char *, std::size_t) { return true; });
+    else
+        response.set_header("Connection", "close");
+    sendJson(response, status, {{"error", message}});
+}
+
+} // namespace
+
+void ServerApp::addMeetingRoutes()
+{
+    const auto route = [this](std::function<json(const httplib::Request &, const std::string &)>
+                                  handler) {
+        return [this, handler](const httplib::Request &request, httplib::Response &response) {
+            std::lock_guard guard(m_lock);
+            try {
+                const auto user = m_accounts.userForToken(bearerToken(request));
+                if (!user)
+                    throw HttpError(401, "Sign in first.");
+                sendJson(response, 200, handler(request, *user));
+            } catch (const HttpError &error) {
+                sendJson(response, error.status(), {{"error", error.what()}});
+            } catch (const std::exception &error) {
+                sendJson(response, 500, {{"error", std::string("Server error: ") + error.what()}});
+            }
+        };
+    };
+    m_server->Post(
+        "/uploads/presign", route([this](const httplib::Request &, const std::string &user) {
+            return m_meetings.presign(user, "http://127.0.0.1:" + std::to_string(m_port));
+        }));
+    // The recording itself: signed address, no bearer token, streamed to disk.
+    m_server->Put(R"(/uploads/([^/]+))", [this](const httplib::Request &request,
+                                                httplib::Response &response,
+                                                const httplib::ContentReader &reader) {
+        try {
+            const std::string key = request.matches[1];
+            m_meetings.checkUpload(key, request.get_param_value("expires"),
+                                   request.get_param_value("sig"));
+            const std::string path = m_meetings.uploadPath(key);
+            std::ofstream out(path + ".part", std::ios::binary | std::ios::trunc);
+            reader([&out](const char *data, std::size_t size) {
+                out.write(data, std::streamsize(size));
+                return bool(out);
+            });
+            out.close();
+            if (!out)
+                throw HttpError(507, "The server could not store the recording (disk full?).");
+            std::filesystem::rename(path + ".part", path);
+            sendJson(response, 200, json::object());
+        } catch (const HttpError &error) {
+            refuseUpload(request, response, reader, error.status(), error.what());
+        } catch (const std::exception &error) {
+            refuseUpload(request, response, reader, 500,
+                         std::string("Server error: ") + error.what());
+        }
+    });
+    m_server->Post(
+        "/meetings", route([this](const httplib::Request &request, const std::string &user) {
+            const json body = parseBody(request);
+            const auto duration = body.find("durationSec");
+            if (duration == body.end() || !duration->is_number_integer())
+                throw HttpError(400, "Missing \"durationSec\" (whole seconds).");
+            return m_meetings.create(user, stringField(body, "key"), duration->get<long long>());
+        }));
+    m_server->Get("/meetings", route([this](const httplib::Request &, const std::string &user) {
+                      return m_meetings.list(user);
+                  }));
+    m_server->Delete(R"(/meetings/([^/]+))",
+                     route([this](const httplib::Request &request, const std::string &user) {
+                         m_meetings.remove(user, request.matches[1]);
+                         return json::object();
+                     }));
 }

@@ -2,6 +2,8 @@
 
 #include "AccountService.h"
 #include "Database.h"
+#include "MeetingService.h"
+#include "SilentMeetingProcessor.h"
 
 #include <memory>
 #include <mutex>
@@ -19,6 +21,7 @@ class ServerApp
 public:
     static constexpr std::size_t maxJsonBytes = 1 << 20;
     static constexpr std::size_t maxMultipartBytes = 64u << 20;
+    static constexpr std::size_t maxUploadBytes = std::size_t(4) << 30;
 
     explicit ServerApp(const std::string &dataDirectory);
     ~ServerApp();
@@ -31,10 +34,14 @@ public:
 
 private:
     void addRoutes();
+    void addMeetingRoutes();
 
     std::string m_dataDirectory;
     Database m_database;
     AccountService m_accounts;
+    SilentMeetingProcessor m_processor;
+    MeetingService m_meetings;
+    int m_port = 0;
     std::mutex m_lock; // one request at a time touches the database
     std::unique_ptr<httplib::Server> m_server;
 };

@@ -6,6 +6,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QTest>
 
 #include <SQLiteCpp/Database.h>
@@ -143,6 +144,40 @@ private Q_SLOTS:
         QCOMPARE(run(m_backend->connect("slack")).errorDescription(),
                  QStringLiteral(
                      "Backend error 501: No connection provider is configured on this server."));
+    }
+
+    void meetingUploadSequence()
+    {
+        QTemporaryFile recording;
+        QVERIFY(recording.open());
+        recording.write(QByteArray("RIFF") + QByteArray(100000, '\x01'));
+        recording.close();
+
+        const auto upload = run(m_backend->presignUpload());
+        QVERIFY2(upload.value, qPrintable(upload.errorDescription()));
+        QUrl tampered = upload.value->uploadURL;
+        tampered.setQuery(tampered.query().replace("sig=", "sig=0"));
+        QCOMPARE(
+            run(m_backend->uploadToS3(tampered, recording.fileName())).errorDescription(),
+            QStringLiteral("Backend error 403: {\"error\":\"The upload address is not valid.\"}"));
+        QUrl pathy = upload.value->uploadURL;
+        pathy.setPath("/uploads/..%2Fovrin.db");
+        QVERIFY(run(m_backend->uploadToS3(pathy, recording.fileName())).error);
+
+        QVERIFY(!run(m_backend->uploadToS3(upload.value->uploadURL, recording.fileName())).error);
+        const auto meeting = run(m_backend->createMeeting(upload.value->key, 61));
+        QVERIFY2(meeting.value, qPrintable(meeting.errorDescription()));
+        QCOMPARE(meeting.value->durationSec, 61);
+        QVERIFY(!meeting.value->notes.isEmpty());
+        QVERIFY(QFile::exists(m_data.path() + "/recordings/" + meeting.value->id + ".wav"));
+        QCOMPARE(run(m_backend->createMeeting(upload.value->key, 61)).errorDescription(),
+                 QStringLiteral(
+                     "Backend error 404: No upload with that key: upload the recording first."));
+
+        QCOMPARE(run(m_backend->meetings()).value->first().id, meeting.value->id);
+        QVERIFY(!run(m_backend->deleteMeeting(meeting.value->id)).error);
+        QVERIFY(run(m_backend->meetings()).value->isEmpty());
+        QVERIFY(!QFile::exists(m_data.path() + "/recordings/" + meeting.value->id + ".wav"));
     }
 
     void usersSeeOnlyTheirOwnRows()
