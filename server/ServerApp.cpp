@@ -64,6 +64,8 @@ ServerApp::ServerApp(const std::string &dataDirectory)
       m_server(std::make_unique<httplib::Server>())
 {
     m_server->set_payload_max_length(maxUploadBytes);
+    // Loopback clients reconnect in microseconds; a short idle time lets a stop finish fast.
+    m_server->set_keep_alive_timeout(2);
     // Refuse an oversized body from its announced length, before reading any of it.
     m_server->set_pre_routing_handler([](const httplib::Request &request,
                                          httplib::Response &response) {

@@ -7,6 +7,9 @@
 #include <filesystem>
 #include <iostream>
 #include <string>
+#include <thread>
+
+#include <pthread.h>
 
 namespace {
 
@@ -18,8 +21,6 @@ const char *const usage =
     "  --port N    another port, for tests (0 picks a free one and prints it)\n"
     "  --data DIR  where the database and recordings live\n"
     "              (default: $XDG_DATA_HOME/Ovrin/server)\n";
-
-ServerApp *running = nullptr;
 
 std::string defaultDataDirectory()
 {
@@ -60,6 +61,13 @@ int main(int argc, char *argv[])
         return 2;
     }
 
+    // Blocked before any thread starts, so only the waiting thread below receives them.
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    sigaddset(&blocked, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+
     if (!Secrets::initialise()) {
         std::cerr << "ovrin-server: the crypto library could not start\n";
         return 1;
@@ -78,13 +86,20 @@ int main(int argc, char *argv[])
                       << " (is another server running?)\n";
             return 1;
         }
-        running = &app;
-        std::signal(SIGTERM, [](int) { running->stop(); });
-        std::signal(SIGINT, [](int) { running->stop(); });
+        // SIGTERM and SIGINT are taken by a thread of their own: stopping the server is
+        // not something a signal handler may do.
+        sigset_t stopSignals;
+        sigemptyset(&stopSignals);
+        sigaddset(&stopSignals, SIGTERM);
+        sigaddset(&stopSignals, SIGINT);
+        std::thread([&app, stopSignals] {
+            int signal = 0;
+            sigwait(&stopSignals, &signal);
+            app.stop();
+        }).detach();
         std::cout << "ovrin-server listening on http://127.0.0.1:" << bound << ", data in " << data
                   << std::endl;
         app.listen();
-        running = nullptr;
     } catch (const std::exception &e) {
         std::cerr << "ovrin-server: " << e.what() << '\n';
         return 1;

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <QAudioFormat>
+#include <QByteArray>
 #include <QObject>
 
 #include <array>
 #include <memory>
 
-class QSoundEffect;
+class QAudioSink;
+class QBuffer;
 
 // The four short feedback cues. Each play restarts its cue from the beginning; with no
 // audio output the cue is silently skipped.
@@ -22,7 +25,17 @@ public:
     void play(Sound sound);
 
 private:
-    QSoundEffect &effect(Sound sound);
+    struct Cue
+    {
+        bool loaded = false;
+        QAudioFormat format;
+        QByteArray samples;
+        std::unique_ptr<QBuffer> buffer;
+        std::unique_ptr<QAudioSink> sink;
+    };
+    Cue &cue(Sound sound);
 
-    std::array<std::unique_ptr<QSoundEffect>, 4> m_effects;
+    // Played through QAudioSink from memory: QSoundEffect's sample cache can deadlock
+    // at exit while a cue is still loading.
+    std::array<Cue, 4> m_cues;
 };

@@ -52,6 +52,7 @@ private Q_SLOTS:
 
     void cleanupTestCase()
     {
+        m_backend.reset(); // closes its connections
         m_server.terminate();
         QVERIFY(m_server.waitForFinished(5000));
         QCOMPARE(m_server.exitCode(), 0);
