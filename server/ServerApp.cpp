@@ -14,7 +14,6 @@
 namespace {
 
 using json = nlohmann::json;
-using Handler = std::function<json(const httplib::Request &)>;
 
 void sendJson(httplib::Response &response, int status, const json &body)
 {
@@ -117,28 +116,32 @@ void ServerApp::stop()
     m_server->stop();
 }
 
+ServerApp::HttpHandler ServerApp::jsonRoute(Handler handler)
+{
+    return [this, handler](const httplib::Request &request, httplib::Response &response) {
+        std::lock_guard guard(m_lock);
+        try {
+            sendJson(response, 200, handler(request));
+        } catch (const HttpError &error) {
+            sendJson(response, error.status(), {{"error", error.what()}});
+        } catch (const std::exception &error) {
+            sendJson(response, 500, {{"error", std::string("Server error: ") + error.what()}});
+        }
+    };
+}
+
+std::string ServerApp::userOf(const httplib::Request &request)
+{
+    const auto user = m_accounts.userForToken(bearerToken(request));
+    if (!user)
+        throw HttpError(401, "Sign in first.");
+    return *user;
+}
+
 void ServerApp::addRoutes()
 {
-    // Runs a handler under the lock and turns refusals and surprises into JSON errors.
-    const auto route = [this](Handler handler, int status = 200) {
-        return [this, handler, status](const httplib::Request &request,
-                                       httplib::Response &response) {
-            std::lock_guard guard(m_lock);
-            try {
-                sendJson(response, status, handler(request));
-            } catch (const HttpError &error) {
-                sendJson(response, error.status(), {{"error", error.what()}});
-            } catch (const std::exception &error) {
-                sendJson(response, 500, {{"error", std::string("Server error: ") + error.what()}});
-            }
-        };
-    };
-    const auto signedIn = [this](const httplib::Request &request) {
-        const auto user = m_accounts.userForToken(bearerToken(request));
-        if (!user)
-            throw HttpError(401, "Sign in first.");
-        return *user;
-    };
+    const auto route = [this](Handler handler) { return jsonRoute(std::move(handler)); };
+    const auto signedIn = [this](const httplib::Request &request) { return userOf(request); };
 
     m_server->Get("/health", route([](const httplib::Request &) { return json{{"ok", true}}; }));
     m_server->Post("/auth/register", route([this](const httplib::Request &request) {
@@ -254,22 +257,12 @@ void refuseUpload(const httplib::Request &request, httplib::Response &response,
 
 void ServerApp::addMeetingRoutes()
 {
-    const auto route = [this](std::function<json(const httplib::Request &, const std::string &)>
-                                  handler) {
-        return [this, handler](const httplib::Request &request, httplib::Response &response) {
-            std::lock_guard guard(m_lock);
-            try {
-                const auto user = m_accounts.userForToken(bearerToken(request));
-                if (!user)
-                    throw HttpError(401, "Sign in first.");
-                sendJson(response, 200, handler(request, *user));
-            } catch (const HttpError &error) {
-                sendJson(response, error.status(), {{"error", error.what()}});
-            } catch (const std::exception &error) {
-                sendJson(response, 500, {{"error", std::string("Server error: ") + error.what()}});
-            }
+    const auto route =
+        [this](std::function<json(const httplib::Request &, const std::string &)> handler) {
+            return jsonRoute([this, handler](const httplib::Request &request) {
+                return handler(request, userOf(request));
+            });
         };
-    };
     m_server->Post(
         "/uploads/presign", route([this](const httplib::Request &, const std::string &user) {
             return m_meetings.presign(user, "http://127.0.0.1:" + std::to_string(m_port));

@@ -5,6 +5,9 @@
 #include "MeetingService.h"
 #include "SilentMeetingProcessor.h"
 
+#include <nlohmann/json.hpp>
+
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -33,8 +36,15 @@ public:
     void stop();
 
 private:
+    using Handler = std::function<nlohmann::json(const httplib::Request &)>;
+    using HttpHandler = std::function<void(const httplib::Request &, httplib::Response &)>;
+
     void addRoutes();
     void addMeetingRoutes();
+    // Runs `handler` under the lock and turns refusals and surprises into JSON errors.
+    HttpHandler jsonRoute(Handler handler);
+    // The signed-in user of a request; throws 401 without one.
+    std::string userOf(const httplib::Request &request);
 
     std::string m_dataDirectory;
     Database m_database;

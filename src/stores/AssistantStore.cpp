@@ -55,17 +55,17 @@ QList<MemoryItem> AssistantStore::memoriesFor(const QString &project) const
 
 void AssistantStore::refreshTasks()
 {
-    fetchTasks();
+    fetchList(&Backend::tasks, &AssistantStore::setTasks);
 }
 
 void AssistantStore::refreshReminders()
 {
-    fetchReminders();
+    fetchList(&Backend::reminders, &AssistantStore::setReminders);
 }
 
 void AssistantStore::refreshMemories()
 {
-    fetchMemories();
+    fetchList(&Backend::memories, &AssistantStore::setMemories);
 }
 
 void AssistantStore::refreshProjects()
@@ -78,40 +78,15 @@ void AssistantStore::loadProjects()
     fetchProjects();
 }
 
-// The fetches report their own failures and never throw, so fetchAll goes on after one.
-QCoro::Task<void> AssistantStore::fetchTasks()
+template <class T>
+QCoro::Task<void> AssistantStore::fetchList(QCoro::Task<QList<T>> (Backend::*get)(),
+                                            void (AssistantStore::*set)(QList<T>))
 {
     QPointer<AssistantStore> self(this);
     try {
-        QList<AssistantTask> tasks = co_await m_backend.tasks();
+        QList<T> items = co_await (m_backend.*get)();
         if (self)
-            setTasks(std::move(tasks));
-    } catch (...) {
-        if (self)
-            setLoadError(DescribedError::describe(std::current_exception()));
-    }
-}
-
-QCoro::Task<void> AssistantStore::fetchReminders()
-{
-    QPointer<AssistantStore> self(this);
-    try {
-        QList<Reminder> reminders = co_await m_backend.reminders();
-        if (self)
-            setReminders(std::move(reminders));
-    } catch (...) {
-        if (self)
-            setLoadError(DescribedError::describe(std::current_exception()));
-    }
-}
-
-QCoro::Task<void> AssistantStore::fetchMemories()
-{
-    QPointer<AssistantStore> self(this);
-    try {
-        QList<MemoryItem> memories = co_await m_backend.memories();
-        if (self)
-            setMemories(std::move(memories));
+            (this->*set)(std::move(items));
     } catch (...) {
         if (self)
             setLoadError(DescribedError::describe(std::current_exception()));
@@ -137,10 +112,10 @@ QCoro::Task<void> AssistantStore::fetchProjects()
 QCoro::Task<void> AssistantStore::fetchAll()
 {
     QPointer<AssistantStore> self(this);
-    co_await fetchTasks();
+    co_await fetchList(&Backend::tasks, &AssistantStore::setTasks);
     if (!self)
         co_return;
-    co_await fetchMemories();
+    co_await fetchList(&Backend::memories, &AssistantStore::setMemories);
     if (!self)
         co_return;
     co_await fetchProjects();

@@ -67,9 +67,11 @@ Q_SIGNALS:
     void loadErrorChanged();
 
 private:
-    QCoro::Task<void> fetchTasks();
-    QCoro::Task<void> fetchReminders();
-    QCoro::Task<void> fetchMemories();
+    // Fetches one list with `get` and hands it to `set`; a failure becomes loadError and
+    // never throws, so refreshProjects goes on after one.
+    template <class T>
+    QCoro::Task<void> fetchList(QCoro::Task<QList<T>> (Backend::*get)(),
+                                void (AssistantStore::*set)(QList<T>));
     QCoro::Task<void> fetchProjects();
     QCoro::Task<void> fetchAll();
     void setTasks(QList<AssistantTask> tasks);
