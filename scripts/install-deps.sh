@@ -11,12 +11,15 @@ build=(
   libx11-dev libxi-dev libxtst-dev libxfixes-dev libatspi2.0-dev
   libbenchmark-dev
   libcpp-httplib-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev libsodium-dev
+  libpocketsphinx-dev libsphinxbase-dev libsamplerate0-dev libcurl4-openssl-dev
+  libtesseract-dev libleptonica-dev libglib2.0-dev
 )
 run=(
   libqt6svg6 qml6-module-qtquick qml6-module-qtqml qml6-module-qtquick-controls
   qml6-module-qtquick-templates qml6-module-qtquick-layouts qml6-module-qtquick-window
   qml6-module-qtqml-workerscript libgl1-mesa-dri
   dbus tzdata
+  pocketsphinx-en-us tesseract-ocr-eng
 )
 test=(
   xvfb x11-utils xdotool
@@ -24,6 +27,7 @@ test=(
   pulseaudio pulseaudio-utils
   trayer sox flite
   python3-gi gir1.2-gtk-3.0
+  wrk
 )
 
 want=("${build[@]}" "${run[@]}")
