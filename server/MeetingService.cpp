@@ -6,6 +6,7 @@
 #include "Secrets.h"
 
 #include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
 #include <sodium.h>
 
 #include <chrono>
@@ -16,13 +17,6 @@ using json = nlohmann::json;
 namespace fs = std::filesystem;
 
 namespace {
-
-long long epochSeconds()
-{
-    return std::chrono::duration_cast<std::chrono::seconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
 
 bool isKey(const std::string &key)
 {
@@ -49,10 +43,16 @@ std::string loadSecret(const std::string &directory)
 } // namespace
 
 MeetingService::MeetingService(Database &database, MeetingProcessor &processor,
-                               std::string dataDirectory)
+                               std::string dataDirectory, Clock clock)
     : m_database(database), m_processor(processor), m_dataDirectory(std::move(dataDirectory)),
-      m_secret(loadSecret(m_dataDirectory))
+      m_secret(loadSecret(m_dataDirectory)), m_clock(std::move(clock))
 {
+    if (!m_clock)
+        m_clock = [] {
+            return std::chrono::duration_cast<std::chrono::seconds>(
+                       std::chrono::system_clock::now().time_since_epoch())
+                .count();
+        };
     fs::create_directories(fs::path(m_dataDirectory) / "uploads");
     fs::create_directories(fs::path(m_dataDirectory) / "recordings");
 }
@@ -85,7 +85,7 @@ std::string MeetingService::recordingPath(const std::string &id) const
 json MeetingService::presign(const std::string &userId, const std::string &baseAddress)
 {
     const std::string key = Secrets::newId();
-    const long long expires = epochSeconds() + uploadLifetimeSeconds;
+    const long long expires = m_clock() + uploadLifetimeSeconds;
     SQLite::Statement insert(m_database.db(),
                              "INSERT INTO uploads (key, user_id, expires) VALUES (?, ?, ?)");
     insert.bind(1, key);
@@ -112,12 +112,12 @@ void MeetingService::checkUpload(const std::string &key, const std::string &expi
     if (sig.size() != expected.size() ||
         sodium_memcmp(sig.data(), expected.data(), expected.size()) != 0)
         throw HttpError(403, "The upload address is not valid.");
-    if (until < epochSeconds())
+    if (until < m_clock())
         throw HttpError(403, "The upload address has expired; ask for a new one.");
 }
 
 json MeetingService::create(const std::string &userId, const std::string &key,
-                            long long durationSec)
+                            long long durationSec, std::unique_lock<std::mutex> &databaseLock)
 {
     SQLite::Statement owner(m_database.db(), "SELECT 1 FROM uploads WHERE key = ? AND user_id = ?");
     owner.bind(1, key);
@@ -129,9 +129,22 @@ json MeetingService::create(const std::string &userId, const std::string &key,
 
     const std::string id = Secrets::newId();
     const std::string date = Database::now();
-    const MeetingProcessor::Result result = m_processor.process(uploadPath(key), durationSec, date);
-    std::error_code error;
-    fs::rename(uploadPath(key), recordingPath(id), error);
+    databaseLock.unlock();
+    MeetingProcessor::Result result;
+    try {
+        result = m_processor.process(uploadPath(key), durationSec, date);
+    } catch (...) {
+        databaseLock.lock();
+        throw;
+    }
+    databaseLock.lock();
+
+    SQLite::Transaction transaction(m_database.db());
+    SQLite::Statement claim(m_database.db(), "DELETE FROM uploads WHERE key = ? AND user_id = ?");
+    claim.bind(1, key);
+    claim.bind(2, userId);
+    if (claim.exec() == 0)
+        throw HttpError(409, "That recording has already become a meeting.");
     SQLite::Statement insert(
         m_database.db(), "INSERT INTO meetings (id, user_id, title, transcript, segments, notes, "
                          "duration_sec, date) VALUES (?, ?, ?, ?, ?, ?, ?, ?)");
@@ -144,9 +157,8 @@ json MeetingService::create(const std::string &userId, const std::string &key,
     insert.bind(7, static_cast<int64_t>(durationSec));
     insert.bind(8, date);
     insert.exec();
-    SQLite::Statement used(m_database.db(), "DELETE FROM uploads WHERE key = ?");
-    used.bind(1, key);
-    used.exec();
+    fs::rename(uploadPath(key), recordingPath(id));
+    transaction.commit();
     return {{"meeting",
              {{"id", id},
               {"title", result.title},

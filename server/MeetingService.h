@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
+#include <mutex>
 #include <string>
 
 class Database;
@@ -14,14 +16,20 @@ class MeetingService
 public:
     static constexpr long long uploadLifetimeSeconds = 15 * 60;
 
-    MeetingService(Database &database, MeetingProcessor &processor, std::string dataDirectory);
+    using Clock = std::function<long long()>; // seconds since the epoch
+
+    MeetingService(Database &database, MeetingProcessor &processor, std::string dataDirectory,
+                   Clock clock = {});
 
     nlohmann::json presign(const std::string &userId, const std::string &baseAddress);
     // Throws HttpError unless `key`, `expires` and `sig` are what presign gave out.
     void checkUpload(const std::string &key, const std::string &expires, const std::string &sig);
     std::string uploadPath(const std::string &key) const;
 
-    nlohmann::json create(const std::string &userId, const std::string &key, long long durationSec);
+    // Processing a recording takes long, so the database lock (held on entry) is released
+    // meanwhile; a second create for the same key then finds the upload gone.
+    nlohmann::json create(const std::string &userId, const std::string &key, long long durationSec,
+                          std::unique_lock<std::mutex> &databaseLock);
     nlohmann::json list(const std::string &userId);
     void remove(const std::string &userId, const std::string &id);
 
@@ -33,4 +41,5 @@ private:
     MeetingProcessor &m_processor;
     std::string m_dataDirectory;
     std::string m_secret;
+    Clock m_clock;
 };

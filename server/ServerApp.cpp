@@ -118,10 +118,18 @@ void ServerApp::stop()
 
 ServerApp::HttpHandler ServerApp::jsonRoute(Handler handler)
 {
+    return jsonRoute(
+        LockingHandler([handler](const httplib::Request &request, std::unique_lock<std::mutex> &) {
+            return handler(request);
+        }));
+}
+
+ServerApp::HttpHandler ServerApp::jsonRoute(LockingHandler handler)
+{
     return [this, handler](const httplib::Request &request, httplib::Response &response) {
-        std::lock_guard guard(m_lock);
+        std::unique_lock lock(m_lock);
         try {
-            sendJson(response, 200, handler(request));
+            sendJson(response, 200, handler(request, lock));
         } catch (const HttpError &error) {
             sendJson(response, error.status(), {{"error", error.what()}});
         } catch (const std::exception &error) {
@@ -293,14 +301,17 @@ void ServerApp::addMeetingRoutes()
                          std::string("Server error: ") + error.what());
         }
     });
-    m_server->Post(
-        "/meetings", route([this](const httplib::Request &request, const std::string &user) {
-            const json body = parseBody(request);
-            const auto duration = body.find("durationSec");
-            if (duration == body.end() || !duration->is_number_integer())
-                throw HttpError(400, "Missing \"durationSec\" (whole seconds).");
-            return m_meetings.create(user, stringField(body, "key"), duration->get<long long>());
-        }));
+    m_server->Post("/meetings",
+                   jsonRoute(LockingHandler(
+                       [this](const httplib::Request &request, std::unique_lock<std::mutex> &lock) {
+                           const std::string user = userOf(request);
+                           const json body = parseBody(request);
+                           const auto duration = body.find("durationSec");
+                           if (duration == body.end() || !duration->is_number_integer())
+                               throw HttpError(400, "Missing \"durationSec\" (whole seconds).");
+                           return m_meetings.create(user, stringField(body, "key"),
+                                                    duration->get<long long>(), lock);
+                       })));
     m_server->Get("/meetings", route([this](const httplib::Request &, const std::string &user) {
                       return m_meetings.list(user);
                   }));

@@ -183,21 +183,51 @@ private Q_SLOTS:
 
     void usersSeeOnlyTheirOwnRows()
     {
+        // Ada keeps a meeting, so every kind of row has one of hers to aim at.
+        QTemporaryFile recording;
+        QVERIFY(recording.open());
+        recording.write("RIFF");
+        recording.close();
+        const auto upload = run(m_backend->presignUpload());
+        QVERIFY(!run(m_backend->uploadToS3(upload.value->uploadURL, recording.fileName())).error);
+        const QString meeting = run(m_backend->createMeeting(upload.value->key, 1)).value->id;
+        const QString term = run(m_backend->dictionary()).value->first().id;
+        const auto adaSees = [this] {
+            return QList<qsizetype>{run(m_backend->history(std::nullopt)).value->size(),
+                                    run(m_backend->dictionary()).value->size(),
+                                    run(m_backend->tasks()).value->size(),
+                                    run(m_backend->reminders()).value->size(),
+                                    run(m_backend->memories()).value->size(),
+                                    run(m_backend->projects()).value->size(),
+                                    run(m_backend->meetings()).value->size()};
+        };
+        const auto before = adaSees();
+        QCOMPARE(before, (QList<qsizetype>{1, 1, 1, 1, 1, 1, 1}));
+
         const QString ada = m_token.value;
         const auto bob =
             run(m_backend->registerAccount("bob@example.com", "bob's password", "Bob"));
         QVERIFY(bob.value);
         m_token.value = bob.value->token;
-        QVERIFY(run(m_backend->history(std::nullopt)).value->isEmpty());
-        QVERIFY(run(m_backend->tasks()).value->isEmpty());
-        QCOMPARE(run(m_backend->deleteTask("t1")).errorDescription(),
-                 QStringLiteral("Backend error 404: Nothing to delete: no such item."));
+        QCOMPARE(adaSees(), (QList<qsizetype>{0, 0, 0, 0, 0, 0, 0}));
+        const QString missing =
+            QStringLiteral("Backend error 404: Nothing to delete: no such item.");
+        for (const QString &path :
+             {"tasks/t1", "reminders/r1", "memories/m1", "dictionary/" + term})
+            QCOMPARE(
+                run(m_backend->send(m_backend->makeRequest(path, "DELETE"))).errorDescription(),
+                missing);
+        QCOMPARE(run(m_backend->deleteMeeting(meeting)).errorDescription(),
+                 QStringLiteral("Backend error 404: Nothing to delete: no such meeting."));
         QCOMPARE(run(m_backend->completeTask("t1", false)).errorDescription(),
                  QStringLiteral("Backend error 404: No such task."));
         QVERIFY(!run(m_backend->clearHistory(std::nullopt)).error);
+        // Bob's dictionary term of the same spelling is his own, not a variant of Ada's.
+        QVERIFY(run(m_backend->createDictionaryTerm("Kubernetes", QStringLiteral("kates"))).value);
         m_token.value = ada;
-        QCOMPARE(run(m_backend->history(std::nullopt)).value->size(), 1);
-        QCOMPARE(run(m_backend->tasks()).value->size(), 1);
+        QCOMPARE(adaSees(), before);
+        QCOMPARE(run(m_backend->dictionary()).value->first().variants,
+                 (QStringList{"cube", "koo"}));
     }
 
     void refusalsLookAlikeAndAreRateLimited()
