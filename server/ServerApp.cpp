@@ -57,14 +57,23 @@ std::string bearerToken(const httplib::Request &request)
 
 } // namespace
 
-ServerApp::ServerApp(const std::string &dataDirectory)
+ServerApp::ServerApp(const std::string &dataDirectory, ServerConfig config)
     : m_dataDirectory(dataDirectory), m_database(dataDirectory + "/ovrin.db"),
-      m_accounts(m_database), m_meetings(m_database, m_processor, dataDirectory),
+      m_accounts(m_database), m_engines(std::move(config)),
+      m_meetings(m_database, m_engines.meetingProcessor(), dataDirectory),
+      m_assistant(m_database, m_lock, m_accounts, m_engines),
       m_server(std::make_unique<httplib::Server>())
 {
     m_server->set_payload_max_length(maxUploadBytes);
     // Loopback clients reconnect in microseconds; a short idle time lets a stop finish fast.
     m_server->set_keep_alive_timeout(2);
+    // Headers and body go out in separate writes; with Nagle's algorithm the second waits for
+    // the client's delayed ACK, which put 40 ms on every reply.
+    m_server->set_tcp_nodelay(true);
+    // A connection keeps its thread while it lives: enough threads for a client's six
+    // connections beside long answers and uploads, and a turn-over so none is held forever.
+    m_server->new_task_queue = [] { return new httplib::ThreadPool(16); };
+    m_server->set_keep_alive_max_count(100);
     // Refuse an oversized body from its announced length, before reading any of it.
     m_server->set_pre_routing_handler([](const httplib::Request &request,
                                          httplib::Response &response) {
@@ -233,6 +242,7 @@ void ServerApp::addRoutes()
                      }));
 
     addMeetingRoutes();
+    m_assistant.addTo(*m_server);
 
     m_server->Get("/auth/config", route([](const httplib::Request &) {
                       return json{{"google", false}};

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "AccountService.h"
+#include "AssistantRoutes.h"
 #include "Database.h"
+#include "Engines.h"
 #include "MeetingService.h"
-#include "SilentMeetingProcessor.h"
 
 #include <nlohmann/json.hpp>
 
@@ -26,7 +27,7 @@ public:
     static constexpr std::size_t maxMultipartBytes = 64u << 20;
     static constexpr std::size_t maxUploadBytes = std::size_t(4) << 30;
 
-    explicit ServerApp(const std::string &dataDirectory);
+    ServerApp(const std::string &dataDirectory, ServerConfig config);
     ~ServerApp();
 
     // Binds 127.0.0.1:`port` (0 picks a free one); returns the port or -1.
@@ -51,11 +52,12 @@ private:
     std::string userOf(const httplib::Request &request);
 
     std::string m_dataDirectory;
+    std::mutex m_lock; // one request at a time touches the database
     Database m_database;
     AccountService m_accounts;
-    SilentMeetingProcessor m_processor;
+    Engines m_engines;
     MeetingService m_meetings;
+    AssistantRoutes m_assistant;
     int m_port = 0;
-    std::mutex m_lock; // one request at a time touches the database
     std::unique_ptr<httplib::Server> m_server;
 };

@@ -62,15 +62,10 @@ json UserData::addHistory(const std::string &kind, const std::string &text)
         throw HttpError(400, "Unknown history kind \"" + kind + "\".");
     const json entry = {
         {"id", Secrets::newId()}, {"date", Database::now()}, {"kind", kind}, {"text", text}};
-    SQLite::Statement insert(
-        m_database.db(),
-        "INSERT INTO history (id, user_id, kind, text, date) VALUES (?, ?, ?, ?, ?)");
-    insert.bind(1, entry["id"].get<std::string>());
-    insert.bind(2, m_userId);
-    insert.bind(3, kind);
-    insert.bind(4, text);
-    insert.bind(5, entry["date"].get<std::string>());
-    insert.exec();
+    insertRow("history", {{"id", entry["id"].get<std::string>()},
+                          {"kind", kind},
+                          {"text", text},
+                          {"date", entry["date"].get<std::string>()}});
     return {{"entry", entry}};
 }
 
@@ -123,15 +118,10 @@ json UserData::addDictionaryTerm(const std::string &term, const std::string &var
     const json record = {{"id", Secrets::newId()},
                          {"term", term},
                          {"variants", variant.empty() ? json::array() : json::array({variant})}};
-    SQLite::Statement insert(m_database.db(),
-                             "INSERT INTO dictionary (id, user_id, term, variants, "
-                             "date) VALUES (?, ?, ?, ?, ?)");
-    insert.bind(1, record["id"].get<std::string>());
-    insert.bind(2, m_userId);
-    insert.bind(3, term);
-    insert.bind(4, record["variants"].dump());
-    insert.bind(5, Database::now());
-    insert.exec();
+    insertRow("dictionary", {{"id", record["id"].get<std::string>()},
+                             {"term", term},
+                             {"variants", record["variants"].dump()},
+                             {"date", Database::now()}});
     return {{"term", record}};
 }
 
@@ -239,4 +229,120 @@ void UserData::deleteRow(const std::string &table, const std::string &id)
     remove.bind(2, m_userId);
     if (remove.exec() == 0)
         throw HttpError(404, "Nothing to delete: no such item.");
+}
+
+json UserData::addTask(const std::string &title, const std::optional<std::string> &project,
+                       const std::optional<std::string> &dueAt)
+{
+    if (title.empty())
+        throw HttpError(400, "A task needs a title.");
+    if (project) {
+        SQLite::Statement owned(m_database.db(),
+                                "SELECT 1 FROM projects WHERE id = ? AND user_id = ?");
+        owned.bind(1, *project);
+        owned.bind(2, m_userId);
+        if (!owned.executeStep())
+            throw HttpError(404, "No such project.");
+    }
+    const json task = {{"id", Secrets::newId()},
+                       {"title", title},
+                       {"project", project ? json(*project) : json(nullptr)},
+                       {"done", false},
+                       {"dueAt", dueAt ? json(*dueAt) : json(nullptr)},
+                       {"date", Database::now()},
+                       {"completedAt", nullptr},
+                       {"description", ""}};
+    insertRow("tasks", {{"id", task["id"].get<std::string>()},
+                        {"title", title},
+                        {"project", project},
+                        {"due_at", dueAt},
+                        {"date", task["date"].get<std::string>()}});
+    return task;
+}
+
+json UserData::addReminder(const std::string &title, const std::string &dueAt)
+{
+    if (title.empty())
+        throw HttpError(400, "A reminder needs a title.");
+    const std::string now = Database::now();
+    const json reminder = {{"id", Secrets::newId()}, {"title", title}, {"dueAt", dueAt},
+                           {"fired", dueAt <= now},  {"date", now},    {"description", ""}};
+    insertRow("reminders", {{"id", reminder["id"].get<std::string>()},
+                            {"title", title},
+                            {"due_at", dueAt},
+                            {"date", now}});
+    return reminder;
+}
+
+json UserData::addMemory(const std::string &text, const std::vector<std::string> &projects,
+                         const std::string &category, const std::string &tier,
+                         const std::string &source)
+{
+    if (text.empty())
+        throw HttpError(400, "There is nothing to remember.");
+    const json memory = {{"id", Secrets::newId()}, {"text", text},         {"category", category},
+                         {"tier", tier},           {"projects", projects}, {"source", source},
+                         {"date", Database::now()}};
+    insertRow("memories", {{"id", memory["id"].get<std::string>()},
+                           {"text", text},
+                           {"category", category},
+                           {"tier", tier},
+                           {"projects", memory["projects"].dump()},
+                           {"source", source},
+                           {"date", memory["date"].get<std::string>()}});
+    return memory;
+}
+
+json UserData::openTasks()
+{
+    json open = json::array();
+    const json all = tasks();
+    for (const json &task : all["tasks"])
+        if (!task["done"].get<bool>())
+            open.push_back(task);
+    // Dates are UTC in one fixed form, so text order is time order.
+    std::stable_sort(open.begin(), open.end(), [](const json &a, const json &b) {
+        if (a["dueAt"].is_null() || b["dueAt"].is_null())
+            return !a["dueAt"].is_null() && b["dueAt"].is_null();
+        return a["dueAt"].get<std::string>() < b["dueAt"].get<std::string>();
+    });
+    return open;
+}
+
+json UserData::recentChat(std::size_t limit)
+{
+    SQLite::Statement query(m_database.db(),
+                            "SELECT id, date, kind, text FROM history WHERE user_id = ? AND kind "
+                            "IN ('question', 'answer') ORDER BY date DESC, rowid DESC LIMIT ?");
+    query.bind(1, m_userId);
+    query.bind(2, static_cast<int64_t>(limit));
+    json entries = json::array();
+    while (query.executeStep())
+        entries.push_back({{"id", query.getColumn(0).getString()},
+                           {"date", query.getColumn(1).getString()},
+                           {"kind", query.getColumn(2).getString()},
+                           {"text", query.getColumn(3).getString()}});
+    std::reverse(entries.begin(), entries.end());
+    return entries;
+}
+
+void UserData::insertRow(const char *table, const std::vector<Column> &columns)
+{
+    std::string names = "user_id", marks = "?";
+    for (const auto &[name, value] : columns) {
+        names += std::string(", ") + name;
+        marks += ", ?";
+    }
+    SQLite::Statement insert(m_database.db(), std::string("INSERT INTO ") + table + " (" + names +
+                                                  ") VALUES (" + marks + ")");
+    insert.bind(1, m_userId);
+    int index = 2;
+    for (const auto &[name, value] : columns) {
+        if (value)
+            insert.bind(index, *value);
+        else
+            insert.bind(index);
+        ++index;
+    }
+    insert.exec();
 }

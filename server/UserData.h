@@ -4,6 +4,8 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 class Database;
 
@@ -31,7 +33,25 @@ public:
     // "tasks", "reminders" or "memories".
     void deleteRow(const std::string &table, const std::string &id);
 
+    // The assistant's writes; each returns the record as its list shows it. A project must be
+    // one of this user's.
+    nlohmann::json addTask(const std::string &title, const std::optional<std::string> &project,
+                           const std::optional<std::string> &dueAt);
+    nlohmann::json addReminder(const std::string &title, const std::string &dueAt);
+    nlohmann::json addMemory(const std::string &text, const std::vector<std::string> &projects,
+                             const std::string &category = "general",
+                             const std::string &tier = "long", const std::string &source = "chat");
+    // Tasks not done, soonest due first, undated ones last.
+    nlohmann::json openTasks();
+    // The newest `limit` question and answer entries, oldest first.
+    nlohmann::json recentChat(std::size_t limit);
+
 private:
+    // A column and its value; no value is NULL.
+    using Column = std::pair<const char *, std::optional<std::string>>;
+    // Adds a row of this user's to `table`.
+    void insertRow(const char *table, const std::vector<Column> &columns);
+
     Database &m_database;
     std::string m_userId;
 };

@@ -14,13 +14,17 @@
 namespace {
 
 const char *const usage =
-    "Usage: ovrin-server [--port N] [--data DIR]\n"
+    "Usage: ovrin-server [--port N] [--data DIR] [--check]\n"
     "\n"
     "Serves the Ovrin backend on http://127.0.0.1 (port 8787 by default; it never\n"
     "listens on other addresses).\n"
     "  --port N    another port, for tests (0 picks a free one and prints it)\n"
     "  --data DIR  where the database and recordings live\n"
-    "              (default: $XDG_DATA_HOME/Ovrin/server)\n";
+    "              (default: $XDG_DATA_HOME/Ovrin/server)\n"
+    "  --check     say which speech, chat and screen engines are active, and exit\n"
+    "\n"
+    "Upstream services are set in $XDG_CONFIG_HOME/Ovrin/server.json or with\n"
+    "OVRIN_TRANSCRIBE_URL/_KEY/_MODEL, OVRIN_CHAT_URL/_KEY/_MODEL and OVRIN_VISION_MODEL.\n";
 
 std::string defaultDataDirectory()
 {
@@ -35,12 +39,17 @@ std::string defaultDataDirectory()
 int main(int argc, char *argv[])
 {
     int port = 8787;
+    bool check = false;
     std::string data = defaultDataDirectory();
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--help" || arg == "-h") {
             std::cout << usage;
             return 0;
+        }
+        if (arg == "--check") {
+            check = true;
+            continue;
         }
         if ((arg == "--port" || arg == "--data") && i + 1 < argc) {
             const std::string value = argv[++i];
@@ -61,6 +70,15 @@ int main(int argc, char *argv[])
         return 2;
     }
 
+    ServerConfig config = ServerConfig::load(ServerConfig::defaultPath());
+    for (const std::string &warning : config.warnings)
+        std::cerr << "ovrin-server: " << warning << '\n';
+    if (check) {
+        std::cout << "Configuration: " << config.path << '\n'
+                  << Engines(std::move(config)).describe();
+        return 0;
+    }
+
     // Blocked before any thread starts, so only the waiting thread below receives them.
     sigset_t blocked;
     sigemptyset(&blocked);
@@ -79,7 +97,7 @@ int main(int argc, char *argv[])
         return 1;
     }
     try {
-        ServerApp app(data);
+        ServerApp app(data, std::move(config));
         const int bound = app.bind(port);
         if (bound < 0) {
             std::cerr << "ovrin-server: can't listen on 127.0.0.1:" << port

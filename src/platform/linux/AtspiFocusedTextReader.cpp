@@ -1,5 +1,7 @@
 #include "platform/linux/AtspiFocusedTextReader.h"
 
+#include "platform/linux/AtspiTextElement.h"
+
 #include <atspi/atspi.h>
 #include <unistd.h>
 
@@ -39,7 +41,7 @@ AtspiAccessible *findFocused(AtspiAccessible *node, int depth, int &visited)
     return nullptr;
 }
 
-AtspiAccessible *focusedElement()
+AtspiAccessible *findFocusedElement()
 {
     AtspiAccessible *desktop = atspi_get_desktop(0);
     if (!desktop)
@@ -87,7 +89,7 @@ std::optional<QString> AtspiFocusedTextReader::selectedText()
 {
     if (!m_ready)
         return std::nullopt;
-    AtspiAccessible *focused = focusedElement();
+    AtspiAccessible *focused = findFocusedElement();
     if (!focused)
         return std::nullopt;
     std::optional<QString> result;
@@ -108,4 +110,14 @@ std::optional<QString> AtspiFocusedTextReader::selectedText()
     }
     g_object_unref(focused);
     return result;
+}
+
+std::unique_ptr<TextElement> AtspiFocusedTextReader::focusedElement()
+{
+    if (!m_ready)
+        return nullptr;
+    AtspiAccessible *focused = findFocusedElement();
+    if (!focused)
+        return nullptr;
+    return std::make_unique<AtspiTextElement>(focused);
 }

@@ -1,0 +1,88 @@
+#include "screenshot/ScreenCapturer.h"
+
+#include <QBuffer>
+#include <QCoro/QCoroFuture>
+#include <QCursor>
+#include <QGuiApplication>
+#include <QImageWriter>
+#include <QPixmap>
+#include <QScreen>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <algorithm>
+#include <cmath>
+
+QCoro::Task<std::optional<QByteArray>> ScreenCapturer::captureActiveDisplay(double maxDimension,
+                                                                            double quality)
+{
+    // Grabbed here, before the caller goes on to show its panels; only the encoding waits.
+    QImage picture;
+    if (QScreen *screen = displayUnderCursor())
+        picture = screen->grabWindow(0).toImage();
+    return encode(std::move(picture), maxDimension, quality);
+}
+
+QCoro::Task<std::optional<QByteArray>> ScreenCapturer::encode(QImage picture, double maxDimension,
+                                                              double quality)
+{
+    if (picture.isNull())
+        co_return std::nullopt;
+    QFuture<std::optional<QByteArray>> encoding = QtConcurrent::run(
+        [picture, maxDimension, quality] { return jpeg(picture, maxDimension, quality); });
+    co_return co_await encoding;
+}
+
+QScreen *ScreenCapturer::displayUnderCursor()
+{
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    QList<QRect> frames;
+    for (const QScreen *screen : screens)
+        frames.append(screen->geometry());
+    const qsizetype index = displayUnderCursor(
+        frames, screens.indexOf(QGuiApplication::primaryScreen()), QCursor::pos());
+    return index >= 0 ? screens.at(index) : nullptr;
+}
+
+qsizetype ScreenCapturer::displayUnderCursor(const QList<QRect> &frames, qsizetype primary,
+                                             QPoint pointer)
+{
+    for (qsizetype i = 0; i < frames.size(); ++i) {
+        if (frames[i].contains(pointer))
+            return i;
+    }
+    return primary >= 0 && primary < frames.size() ? primary : -1;
+}
+
+QSize ScreenCapturer::scaledSize(QSize size, double maxDimension)
+{
+    const double longest = std::max(size.width(), size.height());
+    double scale = std::min(1.0, maxDimension / longest);
+    if (!(scale > 0)) // a zero, negative or NaN limit leaves the smallest picture
+        scale = 0;
+    // Truncated, not rounded: 2880 × (1568 / 2880) is 1567.999…, so 1567.
+    const auto side = [scale](int length) {
+        return std::max(1, static_cast<int>(std::trunc(length * scale)));
+    };
+    return {side(size.width()), side(size.height())};
+}
+
+std::optional<QByteArray> ScreenCapturer::jpeg(const QImage &image, double maxDimension,
+                                               double quality)
+{
+    if (image.isNull())
+        return std::nullopt;
+    const QSize target = scaledSize(image.size(), maxDimension);
+    const QImage scaled = target == image.size() ? image
+                                                 : image.scaled(target, Qt::IgnoreAspectRatio,
+                                                                Qt::SmoothTransformation);
+    if (scaled.isNull())
+        return std::nullopt;
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, "jpeg");
+    writer.setQuality(std::clamp(static_cast<int>(std::lround(quality * 100)), 0, 100));
+    if (!writer.write(scaled))
+        return std::nullopt;
+    return bytes;
+}
