@@ -57,15 +57,6 @@ json parseJson(const httplib::Request &request)
     return body;
 }
 
-std::vector<DictionaryRewriter::Term> termsOf(const json &dictionary)
-{
-    std::vector<DictionaryRewriter::Term> terms;
-    for (const json &entry : dictionary.at("terms"))
-        terms.push_back({entry.at("term").get<std::string>(),
-                         entry.at("variants").get<std::vector<std::string>>()});
-    return terms;
-}
-
 } // namespace
 
 AssistantRoutes::AssistantRoutes(Database &database, std::mutex &databaseLock,
@@ -116,10 +107,10 @@ json AssistantRoutes::transcribe(const httplib::Request &request)
     const std::string user = signedIn(request);
     if (!request.has_file("file"))
         throw HttpError(400, "Missing the recording (multipart field \"file\").");
-    std::vector<DictionaryRewriter::Term> terms;
+    std::vector<VocabularyTerm> terms;
     {
         std::lock_guard lock(m_lock);
-        terms = termsOf(UserData(m_database, user).dictionary());
+        terms = UserData(m_database, user).vocabulary();
     }
     MonoAudio audio = WavAudio::decode(request.get_file_value("file").content);
     if (audio.sampleRate != 16000)

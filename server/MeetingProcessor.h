@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VocabularyTerm.h"
+
 #include <nlohmann/json.hpp>
 
 #include <string>
@@ -18,6 +20,8 @@ public:
     };
 
     virtual ~MeetingProcessor() = default;
+    // `vocabulary` is the user's dictionary, for the recogniser and the transcript's spelling.
     virtual Result process(const std::string &wavPath, long long durationSec,
-                           const std::string &date) = 0;
+                           const std::string &date,
+                           const std::vector<VocabularyTerm> &vocabulary) = 0;
 };

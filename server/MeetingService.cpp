@@ -4,6 +4,7 @@
 #include "HttpError.h"
 #include "MeetingProcessor.h"
 #include "Secrets.h"
+#include "UserData.h"
 
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
@@ -129,10 +130,11 @@ json MeetingService::create(const std::string &userId, const std::string &key,
 
     const std::string id = Secrets::newId();
     const std::string date = Database::now();
+    const std::vector<VocabularyTerm> vocabulary = UserData(m_database, userId).vocabulary();
     databaseLock.unlock();
     MeetingProcessor::Result result;
     try {
-        result = m_processor.process(uploadPath(key), durationSec, date);
+        result = m_processor.process(uploadPath(key), durationSec, date, vocabulary);
     } catch (...) {
         databaseLock.lock();
         throw;

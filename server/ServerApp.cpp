@@ -1,6 +1,7 @@
 #include "ServerApp.h"
 
 #include "HttpError.h"
+#include "SlowReply.h"
 #include "UserData.h"
 
 #include <httplib.h>
@@ -70,9 +71,9 @@ ServerApp::ServerApp(const std::string &dataDirectory, ServerConfig config)
     // Headers and body go out in separate writes; with Nagle's algorithm the second waits for
     // the client's delayed ACK, which put 40 ms on every reply.
     m_server->set_tcp_nodelay(true);
-    // A connection keeps its thread while it lives: enough threads for a client's six
-    // connections beside long answers and uploads, and a turn-over so none is held forever.
-    m_server->new_task_queue = [] { return new httplib::ThreadPool(16); };
+    // A connection keeps its thread while it lives, and a connection waiting for a thread
+    // waits unseen: with 16, wrk's 50 connections saw time-outs. Idle threads cost little.
+    m_server->new_task_queue = [] { return new httplib::ThreadPool(64); };
     m_server->set_keep_alive_max_count(100);
     // Refuse an oversized body from its announced length, before reading any of it.
     m_server->set_pre_routing_handler([](const httplib::Request &request,
@@ -127,18 +128,15 @@ void ServerApp::stop()
 
 ServerApp::HttpHandler ServerApp::jsonRoute(Handler handler)
 {
-    return jsonRoute(
-        LockingHandler([handler](const httplib::Request &request, std::unique_lock<std::mutex> &) {
-            return handler(request);
-        }));
-}
-
-ServerApp::HttpHandler ServerApp::jsonRoute(LockingHandler handler)
-{
     return [this, handler](const httplib::Request &request, httplib::Response &response) {
-        std::unique_lock lock(m_lock);
         try {
-            sendJson(response, 200, handler(request, lock));
+            json reply;
+            {
+                std::lock_guard lock(m_lock);
+                reply = handler(request);
+            }
+            // Serialising a long list takes as long as reading it; other requests needn't wait.
+            sendJson(response, 200, reply);
         } catch (const HttpError &error) {
             sendJson(response, error.status(), {{"error", error.what()}});
         } catch (const std::exception &error) {
@@ -311,17 +309,28 @@ void ServerApp::addMeetingRoutes()
                          std::string("Server error: ") + error.what());
         }
     });
+    // Transcribing a long meeting takes minutes: the reply keeps the connection alive meanwhile.
     m_server->Post("/meetings",
-                   jsonRoute(LockingHandler(
-                       [this](const httplib::Request &request, std::unique_lock<std::mutex> &lock) {
-                           const std::string user = userOf(request);
+                   [this](const httplib::Request &request, httplib::Response &response) {
+                       std::string user, key;
+                       long long duration = 0;
+                       try {
+                           std::lock_guard lock(m_lock);
+                           user = userOf(request);
                            const json body = parseBody(request);
-                           const auto duration = body.find("durationSec");
-                           if (duration == body.end() || !duration->is_number_integer())
+                           const auto seconds = body.find("durationSec");
+                           if (seconds == body.end() || !seconds->is_number_integer())
                                throw HttpError(400, "Missing \"durationSec\" (whole seconds).");
-                           return m_meetings.create(user, stringField(body, "key"),
-                                                    duration->get<long long>(), lock);
-                       })));
+                           key = stringField(body, "key");
+                           duration = seconds->get<long long>();
+                       } catch (const HttpError &error) {
+                           return sendJson(response, error.status(), {{"error", error.what()}});
+                       }
+                       SlowReply::send(response, [this, user, key, duration] {
+                           std::unique_lock lock(m_lock);
+                           return m_meetings.create(user, key, duration, lock);
+                       });
+                   });
     m_server->Get("/meetings", route([this](const httplib::Request &, const std::string &user) {
                       return m_meetings.list(user);
                   }));

@@ -39,15 +39,11 @@ public:
 private:
     using Handler = std::function<nlohmann::json(const httplib::Request &)>;
     using HttpHandler = std::function<void(const httplib::Request &, httplib::Response &)>;
-    // For a handler that lets go of the database lock while it works on something slow.
-    using LockingHandler =
-        std::function<nlohmann::json(const httplib::Request &, std::unique_lock<std::mutex> &)>;
 
     void addRoutes();
     void addMeetingRoutes();
     // Runs `handler` under the lock and turns refusals and surprises into JSON errors.
     HttpHandler jsonRoute(Handler handler);
-    HttpHandler jsonRoute(LockingHandler handler);
     // The signed-in user of a request; throws 401 without one.
     std::string userOf(const httplib::Request &request);
 

@@ -90,6 +90,16 @@ json UserData::dictionary()
     return {{"terms", terms}};
 }
 
+std::vector<VocabularyTerm> UserData::vocabulary()
+{
+    std::vector<VocabularyTerm> terms;
+    const json all = dictionary();
+    for (const json &entry : all["terms"])
+        terms.push_back(
+            {entry["term"].get<std::string>(), entry["variants"].get<std::vector<std::string>>()});
+    return terms;
+}
+
 json UserData::addDictionaryTerm(const std::string &term, const std::string &variant)
 {
     if (term.empty())

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VocabularyTerm.h"
+
 #include <nlohmann/json.hpp>
 
 #include <optional>
@@ -21,6 +23,8 @@ public:
     void clearHistory(const std::optional<std::string> &scope);
 
     nlohmann::json dictionary();
+    // The dictionary as the speech engines take it.
+    std::vector<VocabularyTerm> vocabulary();
     // A term that exists (case-insensitively) gains the variant and is returned as is.
     nlohmann::json addDictionaryTerm(const std::string &term, const std::string &variant);
     void deleteDictionaryTerm(const std::string &id);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VocabularyTerm.h"
+
 #include <string>
 #include <vector>
 
@@ -9,11 +11,7 @@
 class DictionaryRewriter
 {
 public:
-    struct Term
-    {
-        std::string term;
-        std::vector<std::string> variants;
-    };
+    using Term = VocabularyTerm;
 
     explicit DictionaryRewriter(const std::vector<Term> &terms);
 

@@ -1,6 +1,7 @@
 #include "SpeechMeetingProcessor.h"
 
 #include "ChatModel.h"
+#include "DictionaryRewriter.h"
 #include "MeetingNotes.h"
 #include "SpeakerClustering.h"
 #include "TextCleanup.h"
@@ -18,10 +19,16 @@ SpeechMeetingProcessor::SpeechMeetingProcessor(Transcriber &transcriber, ChatMod
     : m_transcriber(transcriber), m_notesModel(notesModel)
 {}
 
-MeetingProcessor::Result SpeechMeetingProcessor::process(const std::string &wavPath,
-                                                         long long durationSec,
-                                                         const std::string &date)
+MeetingProcessor::Result
+SpeechMeetingProcessor::process(const std::string &wavPath, long long durationSec,
+                                const std::string &date,
+                                const std::vector<VocabularyTerm> &vocabulary)
 {
+    const DictionaryRewriter spelling(vocabulary);
+    std::vector<std::string> words;
+    for (const VocabularyTerm &term : vocabulary)
+        words.push_back(term.term);
+
     Result result;
     result.title = "Meeting on " + date.substr(0, 10);
 
@@ -33,7 +40,8 @@ MeetingProcessor::Result SpeechMeetingProcessor::process(const std::string &wavP
         piece.sampleRate = audio.sampleRate;
         piece.samples.assign(audio.samples.begin() + std::ptrdiff_t(segment.begin),
                              audio.samples.begin() + std::ptrdiff_t(segment.end));
-        std::string text = TextCleanup::clean(m_transcriber.transcribe(piece, {}));
+        std::string text =
+            spelling.rewrite(TextCleanup::clean(m_transcriber.transcribe(piece, words)));
         if (text.empty())
             continue; // a cough or a door, not words
         texts.push_back(std::move(text));

@@ -15,8 +15,8 @@ public:
     SpeechMeetingProcessor(Transcriber &transcriber, ChatModel *notesModel);
 
     // Throws HttpError for a recording that can't be read or a transcriber that fails.
-    Result process(const std::string &wavPath, long long durationSec,
-                   const std::string &date) override;
+    Result process(const std::string &wavPath, long long durationSec, const std::string &date,
+                   const std::vector<VocabularyTerm> &vocabulary) override;
 
 private:
     Transcriber &m_transcriber;

@@ -216,6 +216,9 @@ private Q_SLOTS:
         QVERIFY(SpeechSamples::sox(first + " " + paused + " pad 0 1"));
         QVERIFY(SpeechSamples::sox(paused + " " + second + " " + meeting));
 
+        // The user's spelling applies to meetings too.
+        QVERIFY(
+            run(server.backend->createDictionaryTerm("Release", QStringLiteral("release"))).value);
         const auto upload = run(server.backend->presignUpload());
         QVERIFY(upload.value);
         QVERIFY(!run(server.backend->uploadToS3(upload.value->uploadURL, meeting)).error);
@@ -224,6 +227,7 @@ private Q_SLOTS:
         qInfo("transcript: %s\nnotes: %s", qPrintable(made.value->transcript),
               qPrintable(made.value->notes));
         QVERIFY(made.value->transcript.contains("friday", Qt::CaseInsensitive));
+        QVERIFY(made.value->transcript.contains("the Release"));
         QCOMPARE(made.value->segments.size(), 2);
         QVERIFY(!made.value->notes.isEmpty());
     }

@@ -21,7 +21,8 @@ struct ScriptedProcessor : MeetingProcessor
     std::function<void()> during;
     bool fail = false;
 
-    Result process(const std::string &, long long, const std::string &date) override
+    Result process(const std::string &, long long, const std::string &date,
+                   const std::vector<VocabularyTerm> &) override
     {
         if (during)
             during();

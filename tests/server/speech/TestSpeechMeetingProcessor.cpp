@@ -96,7 +96,8 @@ private Q_SLOTS:
 
         SphinxTranscriber transcriber;
         SpeechMeetingProcessor processor(transcriber, nullptr);
-        MeetingProcessor::Result result = processor.process(twoSentences.toStdString(), 7, date);
+        MeetingProcessor::Result result =
+            processor.process(twoSentences.toStdString(), 7, date, {});
         qInfo("%s", result.transcript.c_str());
         QCOMPARE(result.title, std::string("Meeting on 2024-05-01"));
         QCOMPARE(result.segments.size(), std::size_t(2));
@@ -110,7 +111,7 @@ private Q_SLOTS:
         QVERIFY(result.notes.find("\n\nDecisions\n- We decided") != std::string::npos);
 
         // A man's voice between two of a woman's.
-        result = processor.process(twoVoices.toStdString(), 11, date);
+        result = processor.process(twoVoices.toStdString(), 11, date, {});
         qInfo("%s", result.segments.dump().c_str());
         QCOMPARE(result.segments.size(), std::size_t(3));
         QCOMPARE(speaker(result, 0), QStringLiteral("Speaker 1"));
@@ -126,7 +127,7 @@ private Q_SLOTS:
         ScriptedTranscriber transcriber({"never asked"});
         FakeNotesModel model;
         const auto result =
-            SpeechMeetingProcessor(transcriber, &model).process(path.toStdString(), 3, date);
+            SpeechMeetingProcessor(transcriber, &model).process(path.toStdString(), 3, date, {});
         QCOMPARE(result.transcript, std::string());
         QVERIFY(result.segments.empty());
         QCOMPARE(result.notes, MeetingNotes::noSpeech());
@@ -141,7 +142,7 @@ private Q_SLOTS:
         FakeNotesModel model;
         model.answer = "Title: Launch date\n\nSummary\n- The launch moves to June.";
         auto result =
-            SpeechMeetingProcessor(transcriber, &model).process(path.toStdString(), 4, date);
+            SpeechMeetingProcessor(transcriber, &model).process(path.toStdString(), 4, date, {});
         QCOMPARE(result.transcript, std::string("We agreed on June. Sam will write it up."));
         QCOMPARE(result.segments.size(), std::size_t(2)); // nothing said in the second
         QCOMPARE(result.title, std::string("Launch date"));
@@ -153,7 +154,7 @@ private Q_SLOTS:
             ScriptedTranscriber again({"we agreed on june", "", "sam will write it up"});
             model.fail = fail;
             model.answer = "Title: only a title";
-            result = SpeechMeetingProcessor(again, &model).process(path.toStdString(), 4, date);
+            result = SpeechMeetingProcessor(again, &model).process(path.toStdString(), 4, date, {});
             QCOMPARE(result.title, std::string("Meeting on 2024-05-01"));
             QCOMPARE(result.notes, MeetingNotes::extractive(result.transcript));
             QVERIFY(result.notes.find("Action items") != std::string::npos);
