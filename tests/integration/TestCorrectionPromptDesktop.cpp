@@ -1,0 +1,141 @@
+// The correction banner on a real X server: shown while a text field of another process has
+// the focus, it must leave the focus there, for typing and for a click on its own buttons.
+#include "core/QtScheduler.h"
+#include "desktop/CorrectionPrompt.h"
+#include "desktop/FloatingPanel.h"
+#include "platform/linux/AtspiAccessibilitySwitch.h"
+#include "platform/linux/AtspiFocusedTextReader.h"
+#include "platform/linux/X11CompositorProbe.h"
+#include "support/TestEnvironment.h"
+#include "support/XTestKeyboard.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QGuiApplication>
+#include <QImage>
+#include <QProcess>
+#include <QQuickItem>
+#include <QScreen>
+#include <QSet>
+#include <QTest>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+
+class TestCorrectionPromptDesktop : public QObject
+{
+    Q_OBJECT
+
+    Display *m_display = nullptr;
+    XTestKeyboard m_keyboard;
+    AtspiFocusedTextReader m_reader;
+    QProcess m_field;
+
+    Window inputFocus() const
+    {
+        Window window = 0;
+        int revert = 0;
+        XGetInputFocus(m_display, &window, &revert);
+        return window;
+    }
+    // The field's text once it is focused and reads `text`; false after the timeout.
+    bool fieldReads(const QString &text)
+    {
+        QDeadlineTimer deadline(10000);
+        do {
+            if (std::unique_ptr<TextElement> element = m_reader.focusedElement())
+                if (element->value() == text)
+                    return true;
+            QTest::qWait(50);
+        } while (!deadline.hasExpired());
+        return false;
+    }
+    void clickAt(QPoint global)
+    {
+        XTestFakeMotionEvent(m_display, -1, global.x(), global.y(), CurrentTime);
+        XTestFakeButtonEvent(m_display, 1, True, CurrentTime);
+        XTestFakeButtonEvent(m_display, 1, False, CurrentTime);
+        XFlush(m_display);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_display = XOpenDisplay(nullptr);
+        OVRIN_REQUIRE_SERVICE(m_display && m_keyboard.isOpen(), "an X server with XTEST");
+        OVRIN_REQUIRE_SERVICE(AtspiAccessibilitySwitch().isOn().has_value(), "the AT-SPI bus");
+    }
+
+    void cleanupTestCase()
+    {
+        m_field.kill();
+        m_field.waitForFinished();
+        if (m_display)
+            XCloseDisplay(m_display);
+    }
+
+    void focusStaysInTheField()
+    {
+        m_field.start(QStringLiteral(TEXTFIELD_BINARY), {QString(), "0", "0"});
+        QVERIFY(fieldReads(QString()));
+        // AT-SPI can see the field focused before the X server has moved the input focus.
+        QTest::qWait(300);
+        const Window fieldFocus = inputFocus();
+        QVERIFY(fieldFocus > PointerRoot);
+
+        QtScheduler scheduler;
+        X11CompositorProbe probe;
+        QStringList added;
+        CorrectionPrompt prompt(
+            scheduler,
+            [&](QString term, std::optional<QString> heardAs) {
+                added << term + u'|' + heardAs.value_or("-");
+            },
+            &probe);
+        prompt.show("cant", "can not");
+        FloatingPanel *panel = prompt.panel();
+        QVERIFY(panel);
+        QCOMPARE(panel->isTranslucent(), probe.translucencyAvailable());
+        QVERIFY(QTest::qWaitForWindowExposed(panel));
+        QTRY_COMPARE(panel->opacity(), 1.0);
+
+        const QList<QByteArray> keys{"h", "e", "l", "l", "o"};
+        for (const QByteArray &key : keys) {
+            m_keyboard.tap(key);
+            QTest::qWait(30);
+            QCOMPARE(inputFocus(), fieldFocus);
+        }
+        QVERIFY(fieldReads("hello"));
+        QVERIFY(!QGuiApplication::focusWindow());
+
+        // The banner as it looks on this display, kept for people to look at.
+        QScreen *screen = panel->screen();
+        const QImage shot =
+            screen->grabWindow(0, panel->x(), panel->y(), panel->width(), panel->height())
+                .toImage();
+        const QString artifacts = QStringLiteral(TEST_ARTIFACT_DIR);
+        QVERIFY(QDir().mkpath(artifacts));
+        const QString name =
+            panel->isTranslucent() ? "correction-banner-composited.png" : "correction-banner.png";
+        QVERIFY(shot.save(artifacts + u'/' + name));
+        // The card (inside the shadow margin) shows something: text and icons, not one colour.
+        const int pad = CorrectionPrompt::shadowPad;
+        QSet<QRgb> colours;
+        for (int y = pad; y < shot.height() - pad; y += 2)
+            for (int x = pad; x < shot.width() - pad; x += 2)
+                colours.insert(shot.pixel(x, y));
+        QVERIFY2(colours.size() > 8, qPrintable(QString::number(colours.size())));
+
+        // A click on "Add" works without taking the focus either.
+        QQuickItem *add = panel->rootObject()->findChild<QQuickItem *>("addButton");
+        QVERIFY(add);
+        const QPointF centre = add->mapToScene({add->width() / 2, add->height() / 2});
+        clickAt(panel->mapToGlobal(centre.toPoint()));
+        QTRY_COMPARE(added, QStringList{"can not|cant"});
+        QCOMPARE(inputFocus(), fieldFocus);
+        QTRY_VERIFY(!panel->isVisible());
+    }
+};
+
+QTEST_MAIN(TestCorrectionPromptDesktop)
+#include "TestCorrectionPromptDesktop.moc"
