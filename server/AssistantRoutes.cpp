@@ -8,6 +8,7 @@
 #include "DictionaryRewriter.h"
 #include "Engines.h"
 #include "HttpError.h"
+#include "RequestBody.h"
 #include "ScreenTextAnswer.h"
 #include "ScreenTextReader.h"
 #include "TextCleanup.h"
@@ -31,30 +32,9 @@ std::string line(const json &event)
     return event.dump() + "\n";
 }
 
-void sendError(httplib::Response &response, int status, const std::string &message)
-{
-    response.status = status;
-    response.set_content(json{{"error", message}}.dump(), "application/json");
-}
-
-std::string bearerToken(const httplib::Request &request)
-{
-    const std::string header = request.get_header_value("Authorization");
-    const std::string prefix = "Bearer ";
-    return header.rfind(prefix, 0) == 0 ? header.substr(prefix.size()) : std::string();
-}
-
 std::string field(const httplib::Request &request, const char *name)
 {
     return request.has_file(name) ? request.get_file_value(name).content : std::string();
-}
-
-json parseJson(const httplib::Request &request)
-{
-    json body = json::parse(request.body, nullptr, false);
-    if (body.is_discarded() || !body.is_object())
-        throw HttpError(400, "The request body must be a JSON object.");
-    return body;
 }
 
 } // namespace
@@ -66,16 +46,17 @@ AssistantRoutes::AssistantRoutes(Database &database, std::mutex &databaseLock,
 
 void AssistantRoutes::addTo(httplib::Server &server)
 {
-    server.Post("/transcribe",
-                [this](const httplib::Request &request, httplib::Response &response) {
-                    try {
-                        response.set_content(transcribe(request).dump(), "application/json");
-                    } catch (const HttpError &error) {
-                        sendError(response, error.status(), error.what());
-                    } catch (const std::exception &error) {
-                        sendError(response, 500, std::string("Server error: ") + error.what());
-                    }
-                });
+    server.Post(
+        "/transcribe", [this](const httplib::Request &request, httplib::Response &response) {
+            try {
+                response.set_content(transcribe(request).dump(), "application/json");
+            } catch (const HttpError &error) {
+                RequestBody::send(response, error.status(), {{"error", error.what()}});
+            } catch (const std::exception &error) {
+                RequestBody::send(response, 500,
+                                  {{"error", std::string("Server error: ") + error.what()}});
+            }
+        });
     server.Post("/ask", [this](const httplib::Request &request, httplib::Response &response) {
         answer(request, response, [this](const httplib::Request &r) { return planAsk(r); });
     });
@@ -87,7 +68,7 @@ void AssistantRoutes::addTo(httplib::Server &server)
 std::string AssistantRoutes::signedIn(const httplib::Request &request)
 {
     std::lock_guard lock(m_lock);
-    const auto user = m_accounts.userForToken(bearerToken(request));
+    const auto user = m_accounts.userForToken(RequestBody::bearerToken(request));
     if (!user)
         throw HttpError(401, "Sign in first.");
     return *user;
@@ -159,9 +140,7 @@ std::string AssistantRoutes::cleanup(const std::string &text)
 
 AssistantRoutes::Plan AssistantRoutes::planAsk(const httplib::Request &request)
 {
-    if (request.body.size() > (1u << 20))
-        throw HttpError(413, "Request too large: JSON bodies are limited to 1 MiB.");
-    const json body = parseJson(request);
+    const json body = RequestBody::json(request);
     Plan plan;
     plan.user = signedIn(request);
     plan.question = body.value("question", "");
@@ -219,9 +198,10 @@ void AssistantRoutes::answer(const httplib::Request &request, httplib::Response 
         if (plan.ready)
             record(plan.user, plan.question, plan.ready->answer);
     } catch (const HttpError &error) {
-        return sendError(response, error.status(), error.what());
+        return RequestBody::send(response, error.status(), {{"error", error.what()}});
     } catch (const std::exception &error) {
-        return sendError(response, 500, std::string("Server error: ") + error.what());
+        return RequestBody::send(response, 500,
+                                 {{"error", std::string("Server error: ") + error.what()}});
     }
 
     if (plan.ready) {
@@ -246,7 +226,7 @@ void AssistantRoutes::answer(const httplib::Request &request, httplib::Response 
             record(conversation->user, conversation->question, answer);
         });
     if (const auto error = stream->waitForStart())
-        return sendError(response, error->status(), error->what());
+        return RequestBody::send(response, error->status(), {{"error", error->what()}});
     response.set_chunked_content_provider(
         streamType, [stream](std::size_t, httplib::DataSink &sink) { return stream->pump(sink); },
         [stream](bool) { stream->abandon(); });

@@ -1,6 +1,7 @@
 #include "ServerApp.h"
 
 #include "HttpError.h"
+#include "RequestBody.h"
 #include "SlowReply.h"
 #include "UserData.h"
 
@@ -16,44 +17,11 @@ namespace {
 
 using json = nlohmann::json;
 
-void sendJson(httplib::Response &response, int status, const json &body)
-{
-    response.status = status;
-    response.set_content(body.dump(), "application/json");
-}
-
-json parseBody(const httplib::Request &request)
-{
-    if (request.body.size() > ServerApp::maxJsonBytes)
-        throw HttpError(413, "Request too large: JSON bodies are limited to 1 MiB.");
-    if (request.body.empty())
-        return json::object();
-    json body = json::parse(request.body, nullptr, false);
-    if (body.is_discarded() || !body.is_object())
-        throw HttpError(400, "The request body must be a JSON object.");
-    return body;
-}
-
-std::string stringField(const json &body, const char *key)
-{
-    const auto it = body.find(key);
-    if (it == body.end() || !it->is_string())
-        throw HttpError(400, std::string("Missing \"") + key + "\".");
-    return it->get<std::string>();
-}
-
 std::optional<std::string> scopeOf(const httplib::Request &request)
 {
     if (!request.has_param("scope"))
         return std::nullopt;
     return request.get_param_value("scope");
-}
-
-std::string bearerToken(const httplib::Request &request)
-{
-    const std::string header = request.get_header_value("Authorization");
-    const std::string prefix = "Bearer ";
-    return header.rfind(prefix, 0) == 0 ? header.substr(prefix.size()) : std::string();
 }
 
 } // namespace
@@ -90,7 +58,7 @@ ServerApp::ServerApp(const std::string &dataDirectory, ServerConfig config)
         const std::string what = upload      ? "uploads are limited to 4 GiB"
                                  : multipart ? "audio and images are limited to 64 MiB"
                                              : "JSON bodies are limited to 1 MiB";
-        sendJson(response, 413, {{"error", "Request too large: " + what + "."}});
+        RequestBody::send(response, 413, {{"error", "Request too large: " + what + "."}});
         // The body is never read, so the connection can't carry another request.
         response.set_header("Connection", "close");
         return httplib::Server::HandlerResponse::Handled;
@@ -102,7 +70,7 @@ ServerApp::ServerApp(const std::string &dataDirectory, ServerConfig config)
         const std::string text = response.status == 413   ? "Request too large."
                                  : response.status == 404 ? "No such endpoint."
                                                           : "The request could not be handled.";
-        sendJson(response, response.status, {{"error", text}});
+        RequestBody::send(response, response.status, {{"error", text}});
     });
     addRoutes();
 }
@@ -136,18 +104,19 @@ ServerApp::HttpHandler ServerApp::jsonRoute(Handler handler)
                 reply = handler(request);
             }
             // Serialising a long list takes as long as reading it; other requests needn't wait.
-            sendJson(response, 200, reply);
+            RequestBody::send(response, 200, reply);
         } catch (const HttpError &error) {
-            sendJson(response, error.status(), {{"error", error.what()}});
+            RequestBody::send(response, error.status(), {{"error", error.what()}});
         } catch (const std::exception &error) {
-            sendJson(response, 500, {{"error", std::string("Server error: ") + error.what()}});
+            RequestBody::send(response, 500,
+                              {{"error", std::string("Server error: ") + error.what()}});
         }
     };
 }
 
 std::string ServerApp::userOf(const httplib::Request &request)
 {
-    const auto user = m_accounts.userForToken(bearerToken(request));
+    const auto user = m_accounts.userForToken(RequestBody::bearerToken(request));
     if (!user)
         throw HttpError(401, "Sign in first.");
     return *user;
@@ -160,15 +129,15 @@ void ServerApp::addRoutes()
 
     m_server->Get("/health", route([](const httplib::Request &) { return json{{"ok", true}}; }));
     m_server->Post("/auth/register", route([this](const httplib::Request &request) {
-                       const json body = parseBody(request);
-                       return m_accounts.registerUser(stringField(body, "email"),
-                                                      stringField(body, "password"),
+                       const json body = RequestBody::json(request);
+                       return m_accounts.registerUser(RequestBody::stringField(body, "email"),
+                                                      RequestBody::stringField(body, "password"),
                                                       body.value("name", ""));
                    }));
     m_server->Post("/auth/login", route([this](const httplib::Request &request) {
-                       const json body = parseBody(request);
-                       return m_accounts.login(stringField(body, "email"),
-                                               stringField(body, "password"));
+                       const json body = RequestBody::json(request);
+                       return m_accounts.login(RequestBody::stringField(body, "email"),
+                                               RequestBody::stringField(body, "password"));
                    }));
     m_server->Get("/auth/me", route([this, signedIn](const httplib::Request &request) {
                       return json{{"user", m_accounts.user(signedIn(request))}};
@@ -182,9 +151,9 @@ void ServerApp::addRoutes()
                       return data(request).history(scopeOf(request));
                   }));
     m_server->Post("/history", route([data](const httplib::Request &request) {
-                       const json body = parseBody(request);
-                       return data(request).addHistory(stringField(body, "kind"),
-                                                       stringField(body, "text"));
+                       const json body = RequestBody::json(request);
+                       return data(request).addHistory(RequestBody::stringField(body, "kind"),
+                                                       RequestBody::stringField(body, "text"));
                    }));
     m_server->Delete("/history", route([data, ok](const httplib::Request &request) {
                          data(request).clearHistory(scopeOf(request));
@@ -194,14 +163,14 @@ void ServerApp::addRoutes()
                       return data(request).dictionary();
                   }));
     m_server->Post("/dictionary", route([data](const httplib::Request &request) {
-                       const json body = parseBody(request);
-                       return data(request).addDictionaryTerm(stringField(body, "term"),
-                                                              body.value("variant", ""));
+                       const json body = RequestBody::json(request);
+                       return data(request).addDictionaryTerm(
+                           RequestBody::stringField(body, "term"), body.value("variant", ""));
                    }));
     m_server->Get("/tasks",
                   route([data](const httplib::Request &request) { return data(request).tasks(); }));
     m_server->Post(R"(/tasks/([^/]+)/complete)", route([data, ok](const httplib::Request &request) {
-                       const json body = parseBody(request);
+                       const json body = RequestBody::json(request);
                        const auto done = body.find("done");
                        if (done == body.end() || !done->is_boolean())
                            throw HttpError(400, "Missing \"done\".");
@@ -266,7 +235,7 @@ void refuseUpload(const httplib::Request &request, httplib::Response &response,
         reader([](const char *, std::size_t) { return true; });
     else
         response.set_header("Connection", "close");
-    sendJson(response, status, {{"error", message}});
+    RequestBody::send(response, status, {{"error", message}});
 }
 
 } // namespace
@@ -301,7 +270,7 @@ void ServerApp::addMeetingRoutes()
             if (!out)
                 throw HttpError(507, "The server could not store the recording (disk full?).");
             std::filesystem::rename(path + ".part", path);
-            sendJson(response, 200, json::object());
+            RequestBody::send(response, 200, json::object());
         } catch (const HttpError &error) {
             refuseUpload(request, response, reader, error.status(), error.what());
         } catch (const std::exception &error) {
@@ -310,27 +279,27 @@ void ServerApp::addMeetingRoutes()
         }
     });
     // Transcribing a long meeting takes minutes: the reply keeps the connection alive meanwhile.
-    m_server->Post("/meetings",
-                   [this](const httplib::Request &request, httplib::Response &response) {
-                       std::string user, key;
-                       long long duration = 0;
-                       try {
-                           std::lock_guard lock(m_lock);
-                           user = userOf(request);
-                           const json body = parseBody(request);
-                           const auto seconds = body.find("durationSec");
-                           if (seconds == body.end() || !seconds->is_number_integer())
-                               throw HttpError(400, "Missing \"durationSec\" (whole seconds).");
-                           key = stringField(body, "key");
-                           duration = seconds->get<long long>();
-                       } catch (const HttpError &error) {
-                           return sendJson(response, error.status(), {{"error", error.what()}});
-                       }
-                       SlowReply::send(response, [this, user, key, duration] {
-                           std::unique_lock lock(m_lock);
-                           return m_meetings.create(user, key, duration, lock);
-                       });
-                   });
+    m_server->Post(
+        "/meetings", [this](const httplib::Request &request, httplib::Response &response) {
+            std::string user, key;
+            long long duration = 0;
+            try {
+                std::lock_guard lock(m_lock);
+                user = userOf(request);
+                const json body = RequestBody::json(request);
+                const auto seconds = body.find("durationSec");
+                if (seconds == body.end() || !seconds->is_number_integer())
+                    throw HttpError(400, "Missing \"durationSec\" (whole seconds).");
+                key = RequestBody::stringField(body, "key");
+                duration = seconds->get<long long>();
+            } catch (const HttpError &error) {
+                return RequestBody::send(response, error.status(), {{"error", error.what()}});
+            }
+            SlowReply::send(response, [this, user, key, duration] {
+                std::unique_lock lock(m_lock);
+                return m_meetings.create(user, key, duration, lock);
+            });
+        });
     m_server->Get("/meetings", route([this](const httplib::Request &, const std::string &user) {
                       return m_meetings.list(user);
                   }));

@@ -5,6 +5,7 @@
 #include "Database.h"
 #include "Engines.h"
 #include "MeetingService.h"
+#include "RequestBody.h"
 
 #include <nlohmann/json.hpp>
 
@@ -23,7 +24,7 @@ struct Response;
 class ServerApp
 {
 public:
-    static constexpr std::size_t maxJsonBytes = 1 << 20;
+    static constexpr std::size_t maxJsonBytes = RequestBody::maxJsonBytes;
     static constexpr std::size_t maxMultipartBytes = 64u << 20;
     static constexpr std::size_t maxUploadBytes = std::size_t(4) << 30;
 

@@ -43,17 +43,7 @@ UserData::UserData(Database &database, std::string userId)
 
 json UserData::history(const std::optional<std::string> &scope)
 {
-    SQLite::Statement query(
-        m_database.db(), "SELECT id, date, kind, text FROM history WHERE user_id = ? AND kind IN " +
-                             kindsOf(scope) + " ORDER BY date DESC, rowid DESC");
-    query.bind(1, m_userId);
-    json entries = json::array();
-    while (query.executeStep())
-        entries.push_back({{"id", query.getColumn(0).getString()},
-                           {"date", query.getColumn(1).getString()},
-                           {"kind", query.getColumn(2).getString()},
-                           {"text", query.getColumn(3).getString()}});
-    return {{"entries", entries}};
+    return {{"entries", newestHistory(scope, -1)}};
 }
 
 json UserData::addHistory(const std::string &kind, const std::string &text)
@@ -321,18 +311,24 @@ json UserData::openTasks()
 
 json UserData::recentChat(std::size_t limit)
 {
-    SQLite::Statement query(m_database.db(),
-                            "SELECT id, date, kind, text FROM history WHERE user_id = ? AND kind "
-                            "IN ('question', 'answer') ORDER BY date DESC, rowid DESC LIMIT ?");
+    json entries = newestHistory(std::string("chat"), static_cast<int64_t>(limit));
+    std::reverse(entries.begin(), entries.end());
+    return entries;
+}
+
+json UserData::newestHistory(const std::optional<std::string> &scope, int64_t limit)
+{
+    SQLite::Statement query(
+        m_database.db(), "SELECT id, date, kind, text FROM history WHERE user_id = ? AND kind IN " +
+                             kindsOf(scope) + " ORDER BY date DESC, rowid DESC LIMIT ?");
     query.bind(1, m_userId);
-    query.bind(2, static_cast<int64_t>(limit));
+    query.bind(2, limit); // a negative limit is none
     json entries = json::array();
     while (query.executeStep())
         entries.push_back({{"id", query.getColumn(0).getString()},
                            {"date", query.getColumn(1).getString()},
                            {"kind", query.getColumn(2).getString()},
                            {"text", query.getColumn(3).getString()}});
-    std::reverse(entries.begin(), entries.end());
     return entries;
 }
 

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -51,6 +52,8 @@ public:
     nlohmann::json recentChat(std::size_t limit);
 
 private:
+    // The scope's entries, newest first; at most `limit` of them when it isn't negative.
+    nlohmann::json newestHistory(const std::optional<std::string> &scope, int64_t limit);
     // A column and its value; no value is NULL.
     using Column = std::pair<const char *, std::optional<std::string>>;
     // Adds a row of this user's to `table`.
