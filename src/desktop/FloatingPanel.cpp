@@ -3,6 +3,7 @@
 #include "core/Scheduler.h"
 #include "platform/CompositorProbe.h"
 
+#include <QCursor>
 #include <QPainterPath>
 #include <QQmlError>
 #include <QQuickItem>
@@ -29,6 +30,9 @@ FloatingPanel::FloatingPanel(Scheduler &scheduler, const CompositorProbe *probe,
         surface.setAlphaBufferSize(8);
         setFormat(surface);
         setColor(Qt::transparent);
+    } else {
+        // Under the view's translucent edges and strokes; a light default would show through.
+        setColor(Qt::black);
     }
     applyFlags();
     setResizeMode(QQuickView::SizeRootObjectToView);
@@ -140,4 +144,28 @@ void FloatingPanel::animateOpacity(qreal target, double seconds, std::function<v
                                     if (done)
                                         done();
                                 });
+}
+
+void FloatingPanel::beginDrag()
+{
+    m_dragStartPointer = QCursor::pos(screen());
+    m_dragStartPosition = position();
+    m_dragLastPosition = m_dragStartPosition;
+}
+
+void FloatingPanel::dragMoved()
+{
+    QPoint target = m_dragStartPosition + (QCursor::pos(screen()) - m_dragStartPointer);
+    if (m_dragConstraint)
+        target = m_dragConstraint(target);
+    if (target == m_dragLastPosition)
+        return;
+    m_dragLastPosition = target;
+    setPosition(target);
+    Q_EMIT dragged(target);
+}
+
+void FloatingPanel::setDragConstraint(std::function<QPoint(QPoint)> constrain)
+{
+    m_dragConstraint = std::move(constrain);
 }

@@ -60,9 +60,20 @@ public:
     // runs `done`. Does nothing (and never runs `done`) when the panel is not shown.
     void fadeOut(double seconds, std::function<void()> done = {});
 
+    // The user drags the panel by its background: the view calls beginDrag() on press and
+    // dragMoved() as the pointer moves. Positions come from the pointer itself, not from the
+    // event's local coordinates, which shift as the window moves under them.
+    Q_INVOKABLE void beginDrag();
+    Q_INVOKABLE void dragMoved();
+    // Where a drag may take the panel's top-left corner; unconstrained without one.
+    void setDragConstraint(std::function<QPoint(QPoint)> constrain);
+
 Q_SIGNALS:
     void acceptsMouseChanged();
     void shownChanged();
+    // The user moved the panel to `topLeft`. Sent at once: the window system may report the
+    // new position() only later.
+    void dragged(QPoint topLeft);
 
 private:
     void applyFlags();
@@ -75,4 +86,8 @@ private:
     bool m_shown = false;
     QString m_errorString;
     TimerHandle m_fade;
+    std::function<QPoint(QPoint)> m_dragConstraint;
+    QPoint m_dragStartPointer;
+    QPoint m_dragStartPosition;
+    QPoint m_dragLastPosition;
 };

@@ -4,6 +4,8 @@
 
 #include <functional>
 
+class HUDState;
+
 // The floating window that hosts the HUD views, as RecordingHUD drives it. Geometry is in
 // global, device-independent pixels with y pointing down; the frame includes the transparent
 // 44-pixel shadow margin on every side. The window never takes focus.
@@ -12,8 +14,9 @@ class HUDPanel
 public:
     virtual ~HUDPanel() = default;
 
-    // Makes the window, hidden and ignoring the mouse. Called once, before anything else.
-    virtual void create() = 0;
+    // Makes the window showing the views of `state`, hidden and ignoring the mouse. Called
+    // once, before anything else; the state outlives the panel.
+    virtual void create(HUDState &state) = 0;
     // True from fadeIn() until a fadeOut() starts: a fading-out panel counts as gone, so
     // that a new pill or card fades in again instead of vanishing with the old one.
     virtual bool isVisible() const = 0;

@@ -261,7 +261,7 @@ void RecordingHUD::ensurePanel()
 {
     if (m_panelCreated)
         return;
-    m_panel.create();
+    m_panel.create(m_state);
     m_panel.setAcceptsMouse(false);
     m_panel.setMoveHandler([self = QPointer<RecordingHUD>(this)] {
         if (self)
@@ -278,7 +278,6 @@ void RecordingHUD::place(QSize size, bool animate)
     const QRect &visible = *screen;
     const int width = size.width() + 2 * shadowMargin;
     const int height = size.height() + 2 * shadowMargin;
-    const int visibleRight = visible.x() + visible.width();
     const int visibleBottom = visible.y() + visible.height();
 
     int x = 0;
@@ -291,12 +290,8 @@ void RecordingHUD::place(QSize size, bool animate)
         x = visible.x() + (visible.width() - width) / 2;
         y = std::max(visible.y(), visibleBottom - bottomMargin + shadowMargin - height);
     }
-    // Only the transparent margin may leave the screen. When the panel is larger than the
-    // screen its top-left corner wins, which keeps the card's header and close button in reach.
-    x = std::max(std::min(x, visibleRight + shadowMargin - width), visible.x() - shadowMargin);
-    y = std::max(std::min(y, visibleBottom + shadowMargin - height), visible.y() - shadowMargin);
-
-    const QRect frame(x, y, width, height);
+    const QRect frame(clampedOrigin(QPoint(x, y), QSize(width, height), visible),
+                      QSize(width, height));
     const bool visibleNow = m_panel.isVisible();
     if (visibleNow && m_panel.frame() == frame)
         return;
@@ -311,6 +306,16 @@ void RecordingHUD::place(QSize size, bool animate)
         m_panel.setFrame(frame, false, {});
         m_suppressMoveTracking = false;
     }
+}
+
+QPoint RecordingHUD::clampedOrigin(QPoint origin, QSize size, const QRect &visible)
+{
+    const int right = visible.x() + visible.width();
+    const int bottom = visible.y() + visible.height();
+    return QPoint(std::max(std::min(origin.x(), right + shadowMargin - size.width()),
+                           visible.x() - shadowMargin),
+                  std::max(std::min(origin.y(), bottom + shadowMargin - size.height()),
+                           visible.y() - shadowMargin));
 }
 
 QSize RecordingHUD::cardSize(const QString &text, bool expanded) const

@@ -40,6 +40,10 @@ public:
                  Scheduler &scheduler, QObject *parent = nullptr);
 
     HUDState *state() { return &m_state; }
+    // Where a panel of `size` may stand on a screen's usable area `visible`: only its
+    // transparent margin may leave it. A panel larger than the screen keeps its top-left
+    // corner in, which keeps a card's header and close button in reach.
+    static QPoint clampedOrigin(QPoint origin, QSize size, const QRect &visible);
     // Asked to reload the chat history, without forcing, when the card opens its history.
     void setHistoryRefresher(std::function<void()> refresh);
 

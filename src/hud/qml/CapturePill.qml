@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls
 
 // The small panel shown while the user speaks and while the answer is being made.
 Rectangle {
@@ -37,8 +36,8 @@ Rectangle {
     Row {
         anchors.fill: parent
         anchors.leftMargin: 12
-        anchors.rightMargin: 18
-        spacing: 10
+        anchors.rightMargin: 16
+        spacing: 9
 
         Rectangle {
             id: badge
@@ -59,7 +58,7 @@ Rectangle {
             }
             Image {
                 anchors.centerIn: parent
-                source: "../icons/" + (pill.icons[pill.captureMode] || "mic.fill") + ".svg"
+                source: "icons/" + (pill.icons[pill.captureMode] || "mic.fill") + ".svg"
                 sourceSize.width: 18
                 sourceSize.height: 18
             }
@@ -74,12 +73,14 @@ Rectangle {
             color: "white"
             font.pointSize: 12.5
             font.weight: Font.DemiBold
-            elide: Text.ElideRight
+            // "Reading screen…" must fit beside the badge and the meter.
+            fontSizeMode: Text.HorizontalFit
+            minimumPointSize: 9
         }
 
         Item {
             id: indicator
-            width: 30
+            width: 27
             height: 22
             anchors.verticalCenter: parent.verticalCenter
             WaveformBars {
@@ -89,13 +90,34 @@ Rectangle {
                 level: pill.level
                 tint: pill.accent[1]
             }
-            BusyIndicator {
+            // A light arc that turns while the answer is being made.
+            Canvas {
                 objectName: "progress"
                 anchors.centerIn: parent
-                width: 22
-                height: 22
+                width: 18
+                height: 18
                 visible: pill.processing
-                running: visible
+                onPaint: {
+                    const ctx = getContext("2d");
+                    ctx.reset();
+                    ctx.lineWidth = 2.2;
+                    ctx.lineCap = "round";
+                    ctx.strokeStyle = Qt.rgba(1, 1, 1, 0.2);
+                    ctx.beginPath();
+                    ctx.arc(9, 9, 7, 0, 2 * Math.PI);
+                    ctx.stroke();
+                    ctx.strokeStyle = "white";
+                    ctx.beginPath();
+                    ctx.arc(9, 9, 7, -Math.PI / 2, Math.PI / 3);
+                    ctx.stroke();
+                }
+                RotationAnimator on rotation {
+                    from: 0
+                    to: 360
+                    duration: 900
+                    loops: Animation.Infinite
+                    running: pill.processing && pill.visible
+                }
             }
         }
     }

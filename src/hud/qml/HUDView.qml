@@ -6,8 +6,11 @@ import QtQuick
 Item {
     id: view
     required property var hudState
-    property var historyEntries: []
-    property bool translucent: true
+    // The previous interactions (HUDHistory); may be null.
+    property var history: null
+    // The panel says whether alpha blends; without that the window is clipped to the content
+    // and no shadow is drawn.
+    readonly property bool translucent: Window.window ? Window.window.translucent === true : false
     readonly property bool pill: hudState.modeKind === "recording" || hudState.modeKind === "processing"
 
     // A soft shadow under the content when the desktop can blend it; none otherwise.
@@ -45,7 +48,7 @@ Item {
             anchors.fill: parent
             visible: view.hudState.modeKind === "response" || view.hudState.modeKind === "error"
             hudState: view.hudState
-            historyEntries: view.historyEntries
+            historyEntries: view.history ? view.history.interactions : []
             translucent: view.translucent
         }
     }

@@ -16,7 +16,7 @@ Rectangle {
 
     Image {
         anchors.centerIn: parent
-        source: "../icons/" + button.icon + ".svg"
+        source: "icons/" + button.icon + ".svg"
         sourceSize.width: 12
         sourceSize.height: 12
         opacity: 0.85

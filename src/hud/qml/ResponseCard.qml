@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Window
 
 // The answer (or error) card: header with actions, the question, the answer that follows a
 // streamed text, the follow-up hint, and the list of earlier questions.
@@ -20,6 +21,14 @@ Rectangle {
 
     HoverHandler {
         onHoveredChanged: card.hudState.hoverChanged(hovered)
+    }
+
+    // The card moves when its background is dragged; the panel remembers where.
+    MouseArea {
+        anchors.fill: parent
+        cursorShape: pressed ? Qt.ClosedHandCursor : Qt.ArrowCursor
+        onPressed: if (Window.window) Window.window.beginDrag()
+        onPositionChanged: if (pressed && Window.window) Window.window.dragMoved()
     }
 
     // The clipboard is reached through an editor's copy(), the one QML has.
@@ -43,7 +52,7 @@ Rectangle {
 
         Image {
             anchors.verticalCenter: parent.verticalCenter
-            source: "../icons/" + (card.isError ? "exclamationmark.triangle.fill" : "sparkles") + ".svg"
+            source: "icons/" + (card.isError ? "exclamationmark.triangle.fill" : "sparkles") + ".svg"
             sourceSize.width: 15
             sourceSize.height: 15
             visible: !card.hudState.showingHistory

@@ -1,6 +1,7 @@
 #include "platform/linux/X11KeySource.h"
 
 #include "platform/linux/MacKeyCodes.h"
+#include "platform/linux/X11KeyboardMap.h"
 
 #include <QSettings>
 #include <QSocketNotifier>
@@ -9,7 +10,6 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
-#include <X11/keysym.h>
 
 namespace {
 
@@ -171,38 +171,13 @@ void X11KeySource::ungrabCombos()
 unsigned long X11KeySource::baseKeysym(int keycode) const
 {
     // The layout in use now (its XKB group), so a shortcut follows a layout switch.
-    KeySym keysym = XkbKeycodeToKeysym(m_display, KeyCode(keycode), m_group, 0);
-    if (keysym == NoSymbol && m_group != 0)
-        keysym = XkbKeycodeToKeysym(m_display, KeyCode(keycode), 0, 0);
-    return keysym;
+    return X11KeyboardMap::baseKeysym(m_display, keycode, m_group);
 }
 
 std::uint64_t X11KeySource::modifierBit(int keycode) const
 {
-    const KeySym keysym = baseKeysym(keycode);
-    const KeySym fnKeysym = XStringToKeysym(m_fnKey.toLatin1().constData());
-    // Right Alt is AltGr on many layouts.
-    if (keysym == fnKeysym || (fnKeysym == XK_Alt_R && keysym == XK_ISO_Level3_Shift))
-        return fnBit;
-    switch (keysym) {
-    case XK_Shift_L:
-    case XK_Shift_R:
-        return shiftBit;
-    case XK_Control_L:
-    case XK_Control_R:
-        return controlBit;
-    case XK_Alt_L:
-    case XK_Alt_R:
-    case XK_Meta_L:
-    case XK_Meta_R:
-    case XK_ISO_Level3_Shift:
-        return optionBit;
-    case XK_Super_L:
-    case XK_Super_R:
-        return commandBit;
-    default:
-        return 0;
-    }
+    return X11KeyboardMap::modifierBitOfKeysym(baseKeysym(keycode),
+                                               XStringToKeysym(m_fnKey.toLatin1().constData()));
 }
 
 void X11KeySource::readEvents()

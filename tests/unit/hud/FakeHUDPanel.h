@@ -17,7 +17,7 @@ public:
         bool animated;
     };
 
-    void create() override { ++createCount; }
+    void create(HUDState &) override { ++createCount; }
     bool isVisible() const override { return shown && !fadeOutDone; }
     QRect frame() const override { return currentFrame; }
     void setFrame(const QRect &frame, bool animate, std::function<void()> done) override

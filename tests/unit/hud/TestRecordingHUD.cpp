@@ -3,6 +3,7 @@
 
 #include "core/ManualClock.h"
 #include "core/ManualScheduler.h"
+#include "hud/HUDHistory.h"
 #include "hud/RecordingHUD.h"
 
 #include <QSignalSpy>
@@ -358,6 +359,34 @@ private Q_SLOTS:
         QCOMPARE(modes.size(), 2);
         QCOMPARE(rig.hud.state()->level(), 0.5f);
         QCOMPARE(rig.hud.state()->modeKind(), QStringLiteral("error"));
+    }
+
+    // The backend lists chat lines newest first and not always in pairs.
+    void historyPairsQuestionsWithTheirAnswersNewestFirst()
+    {
+        const QDateTime t0 = QDateTime::fromSecsSinceEpoch(1700000000, Qt::UTC);
+        const auto entry = [&](int second, EntryKind kind, const char *text) {
+            return HistoryEntry{QString::number(second), t0.addSecs(second), kind,
+                                QString::fromUtf8(text)};
+        };
+        const auto pair = [](const char *question, const char *answer) {
+            return QVariant(QVariantMap{{"question", QString::fromUtf8(question)},
+                                        {"answer", QString::fromUtf8(answer)}});
+        };
+        const QVariantList pairs = HUDHistory::pair({
+            entry(50, EntryKind::question, "unanswered"),
+            entry(40, EntryKind::answer, "four"),
+            entry(30, EntryKind::question, "two plus two"),
+            entry(20, EntryKind::answer, "orphan answer"),
+            entry(15, EntryKind::dictation, "ignored"),
+            entry(10, EntryKind::question, "first"),
+            entry(11, EntryKind::question, "second"),
+            entry(12, EntryKind::answer, "to second"),
+        });
+        QCOMPARE(pairs, (QVariantList{pair("unanswered", ""), pair("two plus two", "four"),
+                                      pair("", "orphan answer"), pair("second", "to second"),
+                                      pair("first", "")}));
+        QVERIFY(HUDHistory::pair({}).isEmpty());
     }
 };
 
