@@ -20,4 +20,4 @@ if [ -x build/bin/ovrin-server ] && ! (exec 3<>/dev/tcp/127.0.0.1/8787) 2>/dev/n
     echo "run.sh: started ovrin-server (log in ${XDG_STATE_HOME:-$HOME/.local/state}/Ovrin/server.log)"
 fi
 
-exec build/bin/ovrin "$@"
+OVRIN_LAUNCHER=run.sh exec build/bin/ovrin "$@"

@@ -2,68 +2,224 @@
 
 #include "app/AppModel.h"
 #include "app/BackendAdapter.h"
+#include "app/CaptureSessionController.h"
+#include "app/CaptureStack.h"
 #include "app/LaunchAtLoginManager.h"
+#include "app/LaunchRequest.h"
+#include "app/LaunchTarget.h"
+#include "app/SignInCallback.h"
 #include "app/TrayStatusItem.h"
+#include "audio/AudioRecorder.h"
+#include "audio/MeetingRecorder.h"
 #include "backend/Backend.h"
-#include "core/QtScheduler.h"
-#include "core/SystemClock.h"
+#include "core/DescribedError.h"
+#include "core/Scheduler.h"
+#include "hotkeys/HotkeyManager.h"
+#include "hotkeys/ShortcutRecorder.h"
+#include "platform/AccessibilitySwitch.h"
+#include "platform/PermissionProbe.h"
 #include "stores/AuthStore.h"
+#include "stores/HistoryStore.h"
+#include "stores/SettingsStore.h"
+#include "ui/MainWindow.h"
+#include "ui/MainWindowState.h"
 
 #include <QDBusConnection>
+#include <QPointer>
 #include <QSettings>
+
+namespace {
+
+QString modeTitle(CaptureMode mode)
+{
+    switch (mode) {
+    case CaptureMode::ask:
+        return QStringLiteral("Ask AI");
+    case CaptureMode::screen:
+        return QStringLiteral("Read screen");
+    case CaptureMode::paste:
+        break;
+    }
+    return QStringLiteral("Hands-free dictation");
+}
+
+} // namespace
 
 struct AppDelegate::Private
 {
-    explicit Private(PlatformServices platform)
-        : platform(platform), defaults(QStringLiteral("Ovrin"), QStringLiteral("Ovrin")),
+    Private(PlatformServices platform, Clock &clock, Scheduler &scheduler, AppDelegate &shell)
+        : platform(platform), clock(clock), scheduler(scheduler),
+          defaults(QStringLiteral("Ovrin"), QStringLiteral("Ovrin")),
           launchAtLogin(platform.loginItem, defaults), backend(Backend::shared()),
-          model(clock, platform.permissions, backend, launchAtLogin, platform.systemLog)
+          model(clock, platform.permissions, backend, launchAtLogin, platform.systemLog),
+          target(LaunchTarget::current()),
+          capture(platform, model, backend, clock, scheduler, shell)
     {}
 
     PlatformServices platform;
-    SystemClock clock;
-    QtScheduler scheduler;
+    Clock &clock;
+    Scheduler &scheduler;
     QSettings defaults;
     LaunchAtLoginManager launchAtLogin;
     BackendAdapter backend;
     AppModel model;
+    LaunchTarget target;
+    CaptureStack capture;
+    MainWindow mainWindow;
     std::unique_ptr<TrayStatusItem> statusItem;
     TimerHandle permissionTimer;
+    bool isMeetingRecording = false;
+    bool hotkeysPaused = false;
+    bool resumeHotkeys = false;
+    SessionState sessionState = SessionState::idle;
 };
 
-AppDelegate::AppDelegate(PlatformServices platform, QObject *parent)
-    : QObject(parent), d(std::make_unique<Private>(platform))
+AppDelegate::AppDelegate(PlatformServices platform, Clock &clock, Scheduler &scheduler,
+                         QObject *parent)
+    : QObject(parent), d(std::make_unique<Private>(platform, clock, scheduler, *this))
 {}
 
-AppDelegate::~AppDelegate() = default;
+AppDelegate::~AppDelegate()
+{
+    ShortcutRecorder::setRecordingObserver({});
+    // Nothing may reach the session once the delegate goes.
+    d->permissionTimer.cancel();
+    d->capture.hotkey().stop();
+}
 
 AppModel &AppDelegate::model()
 {
     return d->model;
 }
 
+TrayStatusItem &AppDelegate::statusItem()
+{
+    return *d->statusItem;
+}
+
+CaptureStack &AppDelegate::capture()
+{
+    return d->capture;
+}
+
+MainWindow &AppDelegate::mainWindow()
+{
+    return d->mainWindow;
+}
+
 void AppDelegate::applicationDidFinishLaunching()
 {
+    d->mainWindow.load();
     setupStatusItem();
+    observeMeetingRecorder();
+    wireModel();
+    applyHotkeySetting();
+    connect(&SettingsStore::shared(), &SettingsStore::didChange, this,
+            &AppDelegate::settingsChanged);
+    logBundleIdentity();
     logEnvironment();
     d->model.log(QStringLiteral("Launched."));
     restoreSignIn();
     d->model.refreshPermissions();
+    ensureHotkeyActive();
+    showMainWindow();
     startPermissionPolling();
+    updateUI();
 }
 
 void AppDelegate::setupStatusItem()
 {
     d->statusItem = std::make_unique<TrayStatusItem>();
-    connect(d->statusItem.get(), &TrayStatusItem::quitRequested, this, &AppDelegate::quitRequested);
-    d->statusItem->show();
+    TrayStatusItem *item = d->statusItem.get();
+    connect(item, &TrayStatusItem::openRequested, this, &AppDelegate::showMainWindow);
+    connect(item, &TrayStatusItem::settingsRequested, this, &AppDelegate::openSettings);
+    connect(item, &TrayStatusItem::meetingToggleRequested, this, &AppDelegate::toggleMeeting);
+    connect(item, &TrayStatusItem::quitRequested, this, &AppDelegate::quitRequested);
+    connect(item, &TrayStatusItem::menuAboutToShow, this, &AppDelegate::menuWillOpen);
+    connect(item, &TrayStatusItem::transcriptChosen, this,
+            [this](const QString &text) { d->capture.controller().copyTranscript(text); });
+    item->show();
+
+    MainWindowState &window = MainWindowState::shared();
+    connect(&window, &MainWindowState::quitRequested, this, &AppDelegate::quitRequested);
+    window.setUpdateInfo(
+        d->target.isInstalled()
+            ? QStringLiteral("Ovrin is updated with your system's packages: your package "
+                             "manager installs new versions when they are released.")
+            : QStringLiteral("This Ovrin was built from its source folder. To update it, pull "
+                             "the latest changes there and start it again with ./run.sh."));
+}
+
+void AppDelegate::observeMeetingRecorder()
+{
+    MeetingRecorder &meetings = MeetingRecorder::shared();
+    const auto follow = [this, &meetings] {
+        d->isMeetingRecording = meetings.isRecording();
+        d->statusItem->setMeetingRecording(d->isMeetingRecording);
+        updateUI();
+    };
+    connect(&meetings, &MeetingRecorder::isRecordingChanged, this, follow);
+    follow();
+}
+
+void AppDelegate::wireModel()
+{
+    QPointer<AppDelegate> self(this);
+    ShortcutRecorder::setRecordingObserver([self](bool recording) {
+        if (self)
+            self->pauseHotkeys(recording);
+    });
+    d->model.onRefresh = [self] {
+        if (self)
+            self->d->model.refreshPermissions();
+    };
+    d->model.onRequestMicrophone = [self] {
+        if (self)
+            self->requestMicrophoneAccess();
+    };
+    d->model.onRequestAccessibility = [self] {
+        if (self)
+            self->requestAccessibilityAccess();
+    };
+}
+
+void AppDelegate::applyHotkeySetting()
+{
+    d->capture.applyHotkeySetting(SettingsStore::shared().current());
+}
+
+void AppDelegate::settingsChanged()
+{
+    d->model.log(QStringLiteral("Settings updated."));
+    applyHotkeySetting();
+}
+
+void AppDelegate::logBundleIdentity()
+{
+    const QString identifier =
+        d->target.identifier().isEmpty() ? QStringLiteral("(none)") : d->target.identifier();
+    d->model.log(QStringLiteral("Running as %1 — %2").arg(identifier, d->target.path()));
+    if (!d->target.isProper())
+        logWrongTarget();
+}
+
+void AppDelegate::logWrongTarget()
+{
+    d->model.log(
+        QStringLiteral("⚠️ Wrong launch target. Accessibility will not work reliably."));
+    d->model.log(QStringLiteral("   Use: ./run.sh in the Ovrin folder, or Ovrin from your "
+                                "applications menu once it is installed."));
+    d->model.log(QStringLiteral("   Avoid: starting build/bin/ovrin directly, from an IDE or a "
+                                "debugger, or a copy of the binary moved elsewhere."));
 }
 
 void AppDelegate::logEnvironment()
 {
     // Neither is fatal: the tray icon appears when a tray host starts, and without a session
     // bus only accessibility and the keychain are unavailable.
-    if (!TrayStatusItem::isTrayAvailable())
+    const bool trayMissing = !TrayStatusItem::isTrayAvailable();
+    MainWindowState::shared().setTrayMissing(trayMissing);
+    if (trayMissing)
         d->model.log(QStringLiteral(
             "No system tray found — the Ovrin icon will appear when a tray starts."));
     if (!QDBusConnection::sessionBus().isConnected())
@@ -81,6 +237,271 @@ void AppDelegate::restoreSignIn()
 
 void AppDelegate::startPermissionPolling()
 {
-    d->permissionTimer =
-        d->scheduler.repeat(permissionPollSeconds, [this] { d->model.refreshPermissions(); });
+    QPointer<AppDelegate> self(this);
+    d->permissionTimer = d->scheduler.repeat(permissionPollSeconds, [self] {
+        if (self)
+            self->pollPermissions();
+    });
+}
+
+void AppDelegate::pollPermissions()
+{
+    d->model.refreshPermissions();
+    d->model.evaluateLaunchAtLoginPrompt(d->target.isProper());
+    ensureHotkeyActive();
+    MainWindowState::shared().setTrayMissing(!TrayStatusItem::isTrayAvailable());
+}
+
+void AppDelegate::pauseHotkeys(bool paused)
+{
+    if (d->hotkeysPaused == paused)
+        return;
+    d->hotkeysPaused = paused;
+    HotkeyManager &hotkey = d->capture.hotkey();
+    if (paused) {
+        d->resumeHotkeys = hotkey.isStarted();
+        hotkey.stop();
+    } else if (d->resumeHotkeys) {
+        hotkey.start();
+    }
+}
+
+void AppDelegate::ensureHotkeyActive()
+{
+    // A settings field is recording a shortcut: the keys are its own for now.
+    if (d->hotkeysPaused)
+        return;
+    HotkeyManager &hotkey = d->capture.hotkey();
+    const bool trusted = d->platform.permissions.accessibilityTrusted();
+    if (trusted && !hotkey.isStarted()) {
+        if (hotkey.start())
+            d->model.log(QStringLiteral(
+                "✓ Accessibility granted — global hotkey is now ACTIVE. Try it from any app."));
+        else
+            d->model.log(
+                QStringLiteral("ERROR: Accessibility is trusted but the event tap failed to "
+                               "install."));
+    } else if (!trusted && hotkey.isStarted()) {
+        hotkey.stop();
+        d->model.log(QStringLiteral("Accessibility was revoked — global hotkey disabled."));
+    }
+}
+
+void AppDelegate::requestAccessibilityAccess()
+{
+    if (d->platform.permissions.accessibilityTrusted()) {
+        ensureHotkeyActive();
+    } else {
+        d->model.log(QStringLiteral("Requesting Accessibility permission…"));
+        // The Linux counterpart of the system's prompt: the session's accessibility switch.
+        switch (d->platform.accessibilitySwitch.switchOn()) {
+        case AccessibilitySwitch::Outcome::switchedOn:
+            d->model.log(QStringLiteral("Accessibility switched on — applications started "
+                                        "before now must be restarted to be read."));
+            break;
+        case AccessibilitySwitch::Outcome::failed:
+            d->model.log(QStringLiteral("Couldn't switch accessibility on."));
+            break;
+        case AccessibilitySwitch::Outcome::alreadyOn:
+            break;
+        }
+        if (d->platform.permissions.accessibilityTrusted()) {
+            d->model.log(QStringLiteral("Accessibility: trusted"));
+            ensureHotkeyActive();
+        } else {
+            d->model.log(QStringLiteral("Accessibility: needs an X11 session with XInput 2.2 "
+                                        "and XTEST, and the accessibility bus — see the help in "
+                                        "Ovrin's window."));
+            if (!d->target.isProper())
+                logWrongTarget();
+            openPrivacySettings(QStringLiteral("Privacy_Accessibility"));
+        }
+    }
+    d->model.refreshPermissions();
+    d->model.evaluateLaunchAtLoginPrompt(d->target.isProper());
+}
+
+void AppDelegate::requestMicrophoneAccess()
+{
+    d->model.log(QStringLiteral("Requesting microphone permission…"));
+    QPointer<AppDelegate> self(this);
+    AudioRecorder::requestPermission([self](bool granted) {
+        if (!self)
+            return;
+        self->d->model.log(granted ? QStringLiteral("Microphone permission: GRANTED")
+                                   : QStringLiteral("Microphone permission: DENIED"));
+        self->d->model.refreshPermissions();
+        if (!granted) {
+            self->d->model.log(
+                QStringLiteral("Microphone denied — open System Settings to allow."));
+            self->openPrivacySettings(QStringLiteral("Privacy_Microphone"));
+        }
+    });
+}
+
+void AppDelegate::setStatusText(const QString &text)
+{
+    if (d->statusItem)
+        d->statusItem->setStatusText(text);
+}
+
+void AppDelegate::updateStatusIcon(SessionState state)
+{
+    d->sessionState = state;
+    updateUI();
+}
+
+void AppDelegate::updateUI()
+{
+    if (!d->statusItem)
+        return;
+    if (d->isMeetingRecording)
+        d->statusItem->setSymbol(QStringLiteral("record.circle.fill"));
+    else if (d->sessionState == SessionState::recording)
+        d->statusItem->setSymbol(QStringLiteral("mic.fill"));
+    else if (d->sessionState == SessionState::working)
+        d->statusItem->setSymbol(QStringLiteral("waveform"));
+    else
+        d->statusItem->setSymbol(QStringLiteral("mic"));
+}
+
+void AppDelegate::showMainWindow()
+{
+    d->mainWindow.show();
+}
+
+void AppDelegate::openSettings()
+{
+    d->model.setSelectedTab(1);
+    showMainWindow();
+}
+
+void AppDelegate::openPrivacySettings(const QString &page)
+{
+    MainWindowState::shared().setHelpTopic(page);
+    showMainWindow();
+}
+
+void AppDelegate::menuWillOpen()
+{
+    d->statusItem->setMeetingRecording(d->isMeetingRecording);
+    HistoryStore &history = HistoryStore::shared();
+    d->statusItem->setRecentTranscripts(
+        TrayStatusItem::recentTranscripts(history.transcriptEntries()));
+    // What opens next time is fresh; this opening shows what is cached.
+    history.refresh({HistoryScope::transcripts});
+}
+
+void AppDelegate::toggleMeeting()
+{
+    MeetingRecorder &meetings = MeetingRecorder::shared();
+    if (meetings.isRecording()) {
+        meetings.stopAndProcess();
+        d->model.log(QStringLiteral("Meeting saved — transcribing…"));
+        setStatusText(QStringLiteral("Meeting saved — transcribing…"));
+        return;
+    }
+    if (d->platform.permissions.microphoneAuthorization() != MicrophoneAuthorization::authorized) {
+        d->model.log(QStringLiteral("Microphone access is required to record a meeting."));
+        openPrivacySettings(QStringLiteral("Privacy_Microphone"));
+        return;
+    }
+    try {
+        meetings.start();
+    } catch (...) {
+        d->model.log(QStringLiteral("Couldn't start meeting recording: ") +
+                     DescribedError::describe(std::current_exception()));
+        return;
+    }
+    setStatusText(QStringLiteral("Recording meeting…"));
+    d->model.log(QStringLiteral("Meeting recording started from the menu bar."));
+}
+
+void AppDelegate::handleArguments(const QStringList &arguments)
+{
+    const LaunchRequest request = LaunchRequest::parse(arguments);
+    switch (request.kind()) {
+    case LaunchRequest::Kind::show:
+        showMainWindow();
+        break;
+    case LaunchRequest::Kind::url:
+        handleURL(request.url());
+        break;
+    case LaunchRequest::Kind::toggle:
+        toggleCapture(CaptureMode::paste);
+        break;
+    case LaunchRequest::Kind::askToggle:
+        toggleCapture(CaptureMode::ask);
+        break;
+    case LaunchRequest::Kind::screenToggle:
+        toggleCapture(CaptureMode::screen);
+        break;
+    case LaunchRequest::Kind::unknown:
+        d->model.log(QStringLiteral("Ignored an unknown request from the command line: ") +
+                     request.text());
+        break;
+    }
+}
+
+void AppDelegate::toggleCapture(CaptureMode mode)
+{
+    // For desktops whose shortcuts can only run a command: one run starts, the next ends.
+    CaptureSessionController &controller = d->capture.controller();
+    switch (controller.state()) {
+    case SessionState::idle:
+        d->model.log(QStringLiteral("⊙ %1 started from the command line. Run it again to stop.")
+                         .arg(modeTitle(mode)));
+        controller.startRecording(mode, true);
+        break;
+    case SessionState::recording:
+        d->model.log(QStringLiteral("⊙ Stopped from the command line."));
+        controller.stopAndTranscribe();
+        break;
+    case SessionState::working:
+        break;
+    }
+}
+
+void AppDelegate::handleURL(const QUrl &url)
+{
+    const SignInCallback callback = SignInCallback::parse(url);
+    switch (callback.kind()) {
+    case SignInCallback::Kind::token: {
+        d->model.log(QStringLiteral("Received Google sign-in token. Finishing login…"));
+        MainWindowState::shared().setSignInError(QString());
+        finishSignIn(callback.token());
+        break;
+    }
+    case SignInCallback::Kind::error:
+        reportSignInFailure(callback.error());
+        break;
+    case SignInCallback::Kind::ignored:
+        break;
+    }
+}
+
+QCoro::Task<void> AppDelegate::finishSignIn(QString token)
+{
+    QPointer<AppDelegate> self(this);
+    QString failure;
+    try {
+        co_await AuthStore::shared().applyToken(std::move(token));
+    } catch (...) {
+        failure = DescribedError::describe(std::current_exception());
+    }
+    if (!self)
+        co_return;
+    if (!failure.isEmpty())
+        reportSignInFailure(failure);
+    else
+        showMainWindow();
+}
+
+void AppDelegate::reportSignInFailure(const QString &reason)
+{
+    const QString message = reason.isEmpty() ? QStringLiteral("Sign-in failed.")
+                                             : QStringLiteral("Sign-in failed: ") + reason;
+    d->model.log(message);
+    MainWindowState::shared().setSignInError(message);
+    showMainWindow();
 }

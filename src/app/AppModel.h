@@ -5,10 +5,13 @@
 #include <QCoro/QCoroTask>
 #include <QObject>
 #include <QStringList>
+#include <QtQml/qqmlregistration.h>
 
 #include <functional>
 
 class BackendHealth;
+class QJSEngine;
+class QQmlEngine;
 class Clock;
 class LaunchAtLoginManager;
 class PermissionProbe;
@@ -20,6 +23,8 @@ class SystemLog;
 class AppModel : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
     Q_PROPERTY(int selectedTab READ selectedTab WRITE setSelectedTab NOTIFY selectedTabChanged)
     Q_PROPERTY(Activity activity READ activity NOTIFY activityChanged)
     Q_PROPERTY(QString activityText READ activityText NOTIFY activityChanged)
@@ -46,6 +51,9 @@ public:
     AppModel(Clock &clock, PermissionProbe &permissions, BackendHealth &backend,
              LaunchAtLoginManager &launchAtLogin, SystemLog &systemLog, QObject *parent = nullptr);
     ~AppModel() override;
+
+    // The window's instance: the one the application made (the last one alive).
+    static AppModel *create(QQmlEngine *, QJSEngine *);
 
     int selectedTab() const { return m_selectedTab; }
     Activity activity() const { return m_activity; }

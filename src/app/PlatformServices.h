@@ -1,13 +1,31 @@
 #pragma once
 
+class AccessibilitySwitch;
+class ClipboardWatcher;
+class CompositorProbe;
+class FocusedTextReader;
+class InstalledApps;
+class KeyboardMap;
+class KeyEventSource;
+class KeySynthesizer;
 class LoginItem;
 class PermissionProbe;
 class SystemLog;
 
-// The platform implementations main() picks for the application.
+// The platform implementations main() picks for the application. All outlive it.
 struct PlatformServices
 {
     PermissionProbe &permissions;
     LoginItem &loginItem;
     SystemLog &systemLog;
+    KeyEventSource &keySource;
+    KeySynthesizer &keySynthesizer;
+    FocusedTextReader &focusedText;
+    ClipboardWatcher &clipboard;
+    InstalledApps &installedApps;
+    AccessibilitySwitch &accessibilitySwitch;
+    // The shortcut recorder's view of the keyboard.
+    const KeyboardMap &keyboardMap;
+    // Null: floating panels are drawn opaque.
+    const CompositorProbe *compositor = nullptr;
 };

@@ -1,11 +1,23 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLineTool.h"
+#include "app/InstanceChannel.h"
 #include "backend/Backend.h"
+#include "core/QtScheduler.h"
+#include "core/SystemClock.h"
+#include "hotkeys/ShortcutRecorder.h"
+#include "platform/linux/AtspiAccessibilitySwitch.h"
+#include "platform/linux/AtspiFocusedTextReader.h"
 #include "platform/linux/SyslogSystemLog.h"
 #include "platform/linux/TerminalPrompt.h"
 #include "platform/linux/UnixSignalWatcher.h"
+#include "platform/linux/X11CompositorProbe.h"
+#include "platform/linux/X11KeySource.h"
+#include "platform/linux/X11KeySynthesizer.h"
+#include "platform/linux/X11KeyboardMap.h"
 #include "platform/linux/X11PermissionProbe.h"
+#include "platform/linux/XFixesClipboardWatcher.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
+#include "platform/linux/XdgInstalledApps.h"
 #include "stores/AuthStore.h"
 
 #include <QApplication>
@@ -42,9 +54,23 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Ovrin"));
     QApplication::setOrganizationName(QStringLiteral("Ovrin"));
+    QApplication::setApplicationVersion(QStringLiteral(OVRIN_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("com.ovrin.app"));
     // A tray application: closing its last window must not end it.
     QApplication::setQuitOnLastWindowClosed(false);
+
+    // One Ovrin per user: a later launch (a sign-in link, a toggle command from a desktop
+    // shortcut) hands its arguments to the running one and ends.
+    InstanceChannel channel;
+    if (channel.forward(arguments))
+        return 0;
+    if (!channel.listen()) {
+        // One is running but was busy: give it longer before starting a second one.
+        if (channel.forward(arguments, 8000))
+            return 0;
+        std::fprintf(stderr, "Ovrin: another Ovrin holds the instance socket but does not "
+                             "answer; starting anyway.\n");
+    }
 
     UnixSignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &UnixSignalWatcher::terminationRequested, &app,
@@ -53,9 +79,31 @@ int main(int argc, char *argv[])
     X11PermissionProbe permissions;
     XdgAutostartLoginItem loginItem;
     SyslogSystemLog systemLog;
-    AppDelegate delegate(PlatformServices{permissions, loginItem, systemLog});
-    QObject::connect(&delegate, &AppDelegate::quitRequested, &app, &QApplication::quit);
-    delegate.applicationDidFinishLaunching();
+    X11KeySource keySource;
+    X11KeySynthesizer keySynthesizer;
+    AtspiFocusedTextReader focusedText;
+    XFixesClipboardWatcher clipboard;
+    XdgInstalledApps installedApps;
+    AtspiAccessibilitySwitch accessibilitySwitch;
+    X11KeyboardMap keyboardMap(X11KeySource::configuredFnKey());
+    X11CompositorProbe compositor;
+    ShortcutRecorder::setDefaultKeyboardMap(&keyboardMap);
 
-    return app.exec();
+    SystemClock clock;
+    QtScheduler scheduler;
+    AppDelegate delegate(PlatformServices{permissions, loginItem, systemLog, keySource,
+                                          keySynthesizer, focusedText, clipboard, installedApps,
+                                          accessibilitySwitch, keyboardMap, &compositor},
+                         clock, scheduler);
+    QObject::connect(&delegate, &AppDelegate::quitRequested, &app, &QApplication::quit);
+    QObject::connect(&channel, &InstanceChannel::argumentsReceived, &delegate,
+                     &AppDelegate::handleArguments);
+    delegate.applicationDidFinishLaunching();
+    // This launch's own request (a sign-in link, a toggle) once everything is up.
+    if (arguments.size() > 1)
+        delegate.handleArguments(arguments);
+
+    const int status = app.exec();
+    ShortcutRecorder::setDefaultKeyboardMap(nullptr);
+    return status;
 }

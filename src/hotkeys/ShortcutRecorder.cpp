@@ -18,6 +18,13 @@ constexpr int escapeKeyCode = 53;
 const KeyboardMap *defaultMap = nullptr;
 // Only one field records at a time; a second one would never see a key.
 QPointer<ShortcutRecorder> activeRecorder;
+std::function<void(bool)> recordingObserver;
+
+void notifyRecording(bool recording)
+{
+    if (recordingObserver)
+        recordingObserver(recording);
+}
 
 struct SpecialKey
 {
@@ -135,6 +142,11 @@ void ShortcutRecorder::clear()
     userSet(Shortcut());
 }
 
+void ShortcutRecorder::setRecordingObserver(std::function<void(bool)> observer)
+{
+    recordingObserver = std::move(observer);
+}
+
 void ShortcutRecorder::startRecording()
 {
     if (!keyboardMap()) {
@@ -144,6 +156,7 @@ void ShortcutRecorder::startRecording()
     if (activeRecorder)
         activeRecorder->stopRecording();
     activeRecorder = this;
+    notifyRecording(true);
     m_peak = 0;
     m_held.clear();
     qApp->installEventFilter(this);
@@ -157,8 +170,10 @@ void ShortcutRecorder::stopRecording()
     if (!m_recording)
         return;
     qApp->removeEventFilter(this);
-    if (activeRecorder == this)
+    if (activeRecorder == this) {
         activeRecorder = nullptr;
+        notifyRecording(false);
+    }
     m_peak = 0;
     m_held.clear();
     m_recording = false;

@@ -8,6 +8,8 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
+#include <functional>
+
 class QKeyEvent;
 
 // The model of a settings field that records one hotkey. While recording it watches the
@@ -37,6 +39,9 @@ public:
     // For recorders made by QML. The map must outlive them.
     static void setDefaultKeyboardMap(const KeyboardMap *map);
     void setKeyboardMap(const KeyboardMap *map);
+    // Told when some field starts recording (true) and when none records any more (false):
+    // the global hotkeys must rest meanwhile, or pressing one would also start a dictation.
+    static void setRecordingObserver(std::function<void(bool recording)> observer);
 
     const Shortcut &shortcut() const { return m_shortcut; }
     void setShortcut(const Shortcut &shortcut);

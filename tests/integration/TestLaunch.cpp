@@ -2,6 +2,7 @@
 // a desktop without tray host or D-Bus, and shuts down cleanly on SIGTERM.
 #include "support/TestEnvironment.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
@@ -61,12 +62,12 @@ struct Ovrin
     QProcess process;
     QByteArray output;
 
-    void start(const QProcessEnvironment &environment)
+    void start(const QProcessEnvironment &environment, const QStringList &arguments = {})
     {
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::MergedChannels);
         QObject::connect(&process, &QProcess::readyRead, [this] { output += process.readAll(); });
-        process.start(QStringLiteral(OVRIN_BINARY), {});
+        process.start(QStringLiteral(OVRIN_BINARY), arguments);
     }
     bool said(const char *text) const { return output.contains(text); }
     ~Ovrin()
@@ -85,6 +86,15 @@ QProcessEnvironment scratchEnvironment(const QTemporaryDir &home)
     environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
     environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    // A runtime folder of its own, so that each test's Ovrin is the only one there; the
+    // session's audio server stays reachable.
+    const QString runtime = environment.value(QStringLiteral("XDG_RUNTIME_DIR"));
+    if (!runtime.isEmpty() && !environment.contains(QStringLiteral("PULSE_SERVER")))
+        environment.insert(QStringLiteral("PULSE_SERVER"),
+                           QStringLiteral("unix:%1/pulse/native").arg(runtime));
+    QDir(home.path())
+        .mkdir(QStringLiteral("run"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("run")));
     return environment;
 }
 
@@ -97,6 +107,7 @@ class TestLaunch : public QObject
 private Q_SLOTS:
     void survivesBareXServerAndQuitsOnSigterm();
     void launchesInFullSession();
+    void laterLaunchesHandTheirRequestOver();
 
 private:
     void expectCleanTermination(Ovrin &ovrin);
@@ -151,6 +162,37 @@ void TestLaunch::launchesInFullSession()
     QTest::qWait(500);
     QCOMPARE(ovrin.process.state(), QProcess::Running);
     expectCleanTermination(ovrin);
+}
+
+// A sign-in link or a toggle command starts a second ovrin: it hands its request to the
+// running one and ends at once.
+void TestLaunch::laterLaunchesHandTheirRequestOver()
+{
+    OVRIN_REQUIRE_SERVICE(!qEnvironmentVariableIsEmpty("DISPLAY"), QStringLiteral("an X server"));
+    QTemporaryDir home;
+    const QProcessEnvironment environment = scratchEnvironment(home);
+    Ovrin first;
+    first.start(environment);
+    QVERIFY2(waitFor([&] { return first.said("Ovrin: Launched."); }, 15000),
+             first.output.constData());
+
+    const auto handOver = [&](const QString &argument, const char *heard) {
+        Ovrin later;
+        later.start(environment, {argument});
+        QVERIFY2(later.process.waitForFinished(10000), later.output.constData());
+        QCOMPARE(later.process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(later.process.exitCode(), 0);
+        QVERIFY2(!later.said("Launched."), later.output.constData());
+        QVERIFY2(waitFor([&] { return first.said(heard); }, 5000), first.output.constData());
+    };
+    handOver(QStringLiteral("ovrin://auth?token=T"),
+             "Ovrin: Received Google sign-in token. Finishing login…");
+    handOver(QStringLiteral("ovrin://auth?error=access%20denied"),
+             "Ovrin: Sign-in failed: access denied");
+    handOver(QStringLiteral("toggle"),
+             "Ovrin: ⊙ Hands-free dictation started from the command line.");
+    QCOMPARE(first.process.state(), QProcess::Running);
+    expectCleanTermination(first);
 }
 
 QTEST_GUILESS_MAIN(TestLaunch)

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/PlatformServices.h"
+
+#include <memory>
+
+class AppModel;
+class CaptureSessionController;
+class Clock;
+class CorrectionPrompt;
+class HotkeyManager;
+class RecordingHUD;
+class Scheduler;
+class SessionBackend;
+class StatusShell;
+struct Settings;
+
+// Everything a capture session runs on, from the global hotkey to the HUD: the recorder, the
+// desktop integration, the correction watcher and prompt, the adapters the session controller
+// talks through, and the controller itself. Main thread only.
+class CaptureStack
+{
+public:
+    CaptureStack(PlatformServices platform, AppModel &model, SessionBackend &backend, Clock &clock,
+                 Scheduler &scheduler, StatusShell &shell);
+    ~CaptureStack();
+
+    HotkeyManager &hotkey();
+    CaptureSessionController &controller();
+    RecordingHUD &hud();
+    CorrectionPrompt &correctionPrompt();
+
+    // The three shortcuts go to the hotkey engine and their names to the model.
+    void applyHotkeySetting(const Settings &settings);
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> d;
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "app/AppLauncher.h"
+#include "app/ScreenshotSource.h"
+#include "app/SelectionSource.h"
+#include "app/TextOutput.h"
+
+#include <functional>
+
+class InstalledApps;
+class Paster;
+class ScreenCapturer;
+class SelectionReader;
+
+// The desktop as a capture session uses it: text out, the selection in, screenshots and
+// the installed applications.
+class DesktopAdapter : public TextOutput,
+                       public SelectionSource,
+                       public ScreenshotSource,
+                       public AppLauncher
+{
+public:
+    // `hidePanels` takes our own floating panels off the screen at once, before a capture.
+    DesktopAdapter(Paster &paster, SelectionReader &selection, ScreenCapturer &screens,
+                   InstalledApps &apps, std::function<void()> hidePanels);
+
+    void paste(const QString &text) override;
+    void copyToClipboard(const QString &text) override;
+    std::optional<QString> viaAccessibility() override;
+    std::optional<QString> viaCopy() override;
+    QCoro::Task<std::optional<QByteArray>> captureActiveDisplay(double maxDimension,
+                                                                double quality) override;
+    QStringList names() override;
+    bool open(const QString &name) override;
+
+private:
+    Paster &m_paster;
+    SelectionReader &m_selection;
+    ScreenCapturer &m_screens;
+    InstalledApps &m_apps;
+    std::function<void()> m_hidePanels;
+};
