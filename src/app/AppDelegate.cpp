@@ -5,9 +5,8 @@
 #include "app/CaptureSessionController.h"
 #include "app/CaptureStack.h"
 #include "app/LaunchAtLoginManager.h"
-#include "app/LaunchRequest.h"
 #include "app/LaunchTarget.h"
-#include "app/SignInCallback.h"
+#include "app/RequestHandler.h"
 #include "app/TrayStatusItem.h"
 #include "audio/AudioRecorder.h"
 #include "audio/MeetingRecorder.h"
@@ -28,23 +27,6 @@
 #include <QPointer>
 #include <QSettings>
 
-namespace {
-
-QString modeTitle(CaptureMode mode)
-{
-    switch (mode) {
-    case CaptureMode::ask:
-        return QStringLiteral("Ask AI");
-    case CaptureMode::screen:
-        return QStringLiteral("Read screen");
-    case CaptureMode::paste:
-        break;
-    }
-    return QStringLiteral("Hands-free dictation");
-}
-
-} // namespace
-
 struct AppDelegate::Private
 {
     Private(PlatformServices platform, Clock &clock, Scheduler &scheduler, AppDelegate &shell)
@@ -53,7 +35,8 @@ struct AppDelegate::Private
           launchAtLogin(platform.loginItem, defaults), backend(Backend::shared()),
           model(clock, platform.permissions, backend, launchAtLogin, platform.systemLog),
           target(LaunchTarget::current()),
-          capture(platform, model, backend, clock, scheduler, shell)
+          capture(platform, model, backend, clock, scheduler, shell),
+          requests(model, capture.controller(), [&shell] { shell.showMainWindow(); })
     {}
 
     PlatformServices platform;
@@ -66,6 +49,7 @@ struct AppDelegate::Private
     LaunchTarget target;
     CaptureStack capture;
     MainWindow mainWindow;
+    RequestHandler requests;
     std::unique_ptr<TrayStatusItem> statusItem;
     TimerHandle permissionTimer;
     bool isMeetingRecording = false;
@@ -109,7 +93,7 @@ MainWindow &AppDelegate::mainWindow()
 
 void AppDelegate::applicationDidFinishLaunching()
 {
-    d->mainWindow.load();
+    setupMainMenu();
     setupStatusItem();
     observeMeetingRecorder();
     wireModel();
@@ -139,7 +123,12 @@ void AppDelegate::setupStatusItem()
     connect(item, &TrayStatusItem::transcriptChosen, this,
             [this](const QString &text) { d->capture.controller().copyTranscript(text); });
     item->show();
+}
 
+void AppDelegate::setupMainMenu()
+{
+    // The window's menu: About, Check for Updates…, Quit and the editing commands.
+    d->mainWindow.load();
     MainWindowState &window = MainWindowState::shared();
     connect(&window, &MainWindowState::quitRequested, this, &AppDelegate::quitRequested);
     window.setUpdateInfo(
@@ -419,89 +408,10 @@ void AppDelegate::toggleMeeting()
 
 void AppDelegate::handleArguments(const QStringList &arguments)
 {
-    const LaunchRequest request = LaunchRequest::parse(arguments);
-    switch (request.kind()) {
-    case LaunchRequest::Kind::show:
-        showMainWindow();
-        break;
-    case LaunchRequest::Kind::url:
-        handleURL(request.url());
-        break;
-    case LaunchRequest::Kind::toggle:
-        toggleCapture(CaptureMode::paste);
-        break;
-    case LaunchRequest::Kind::askToggle:
-        toggleCapture(CaptureMode::ask);
-        break;
-    case LaunchRequest::Kind::screenToggle:
-        toggleCapture(CaptureMode::screen);
-        break;
-    case LaunchRequest::Kind::unknown:
-        d->model.log(QStringLiteral("Ignored an unknown request from the command line: ") +
-                     request.text());
-        break;
-    }
-}
-
-void AppDelegate::toggleCapture(CaptureMode mode)
-{
-    // For desktops whose shortcuts can only run a command: one run starts, the next ends.
-    CaptureSessionController &controller = d->capture.controller();
-    switch (controller.state()) {
-    case SessionState::idle:
-        d->model.log(QStringLiteral("⊙ %1 started from the command line. Run it again to stop.")
-                         .arg(modeTitle(mode)));
-        controller.startRecording(mode, true);
-        break;
-    case SessionState::recording:
-        d->model.log(QStringLiteral("⊙ Stopped from the command line."));
-        controller.stopAndTranscribe();
-        break;
-    case SessionState::working:
-        break;
-    }
+    d->requests.handleArguments(arguments);
 }
 
 void AppDelegate::handleURL(const QUrl &url)
 {
-    const SignInCallback callback = SignInCallback::parse(url);
-    switch (callback.kind()) {
-    case SignInCallback::Kind::token: {
-        d->model.log(QStringLiteral("Received Google sign-in token. Finishing login…"));
-        MainWindowState::shared().setSignInError(QString());
-        finishSignIn(callback.token());
-        break;
-    }
-    case SignInCallback::Kind::error:
-        reportSignInFailure(callback.error());
-        break;
-    case SignInCallback::Kind::ignored:
-        break;
-    }
-}
-
-QCoro::Task<void> AppDelegate::finishSignIn(QString token)
-{
-    QPointer<AppDelegate> self(this);
-    QString failure;
-    try {
-        co_await AuthStore::shared().applyToken(std::move(token));
-    } catch (...) {
-        failure = DescribedError::describe(std::current_exception());
-    }
-    if (!self)
-        co_return;
-    if (!failure.isEmpty())
-        reportSignInFailure(failure);
-    else
-        showMainWindow();
-}
-
-void AppDelegate::reportSignInFailure(const QString &reason)
-{
-    const QString message = reason.isEmpty() ? QStringLiteral("Sign-in failed.")
-                                             : QStringLiteral("Sign-in failed: ") + reason;
-    d->model.log(message);
-    MainWindowState::shared().setSignInError(message);
-    showMainWindow();
+    d->requests.handleURL(url);
 }

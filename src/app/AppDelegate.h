@@ -3,9 +3,7 @@
 #include "app/PlatformServices.h"
 #include "app/SessionState.h"
 #include "app/StatusShell.h"
-#include "hotkeys/CaptureMode.h"
 
-#include <QCoro/QCoroTask>
 #include <QObject>
 #include <QStringList>
 #include <QUrl>
@@ -37,8 +35,7 @@ public:
     CaptureStack &capture();
     MainWindow &mainWindow();
 
-    // A command line of a second `ovrin` process (or this one's): a sign-in callback URL,
-    // "toggle", "ask-toggle", "screen-toggle", or nothing to bring up the window.
+    // A command line of a later `ovrin` process, or this one's.
     void handleArguments(const QStringList &arguments);
     void handleURL(const QUrl &url);
 
@@ -60,6 +57,7 @@ Q_SIGNALS:
     void quitRequested();
 
 private:
+    void setupMainMenu();
     void setupStatusItem();
     void observeMeetingRecorder();
     void wireModel();
@@ -73,9 +71,6 @@ private:
     void updateUI();
     void menuWillOpen();
     void settingsChanged();
-    void toggleCapture(CaptureMode mode);
-    QCoro::Task<void> finishSignIn(QString token);
-    void reportSignInFailure(const QString &reason);
 
     struct Private;
     std::unique_ptr<Private> d;

@@ -24,7 +24,6 @@
 #include "stores/HistoryStore.h"
 #include "stores/SettingsStore.h"
 
-#include <QPointer>
 
 struct CaptureStack::Parts
 {

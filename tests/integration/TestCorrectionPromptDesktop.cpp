@@ -4,16 +4,14 @@
 #include "desktop/CorrectionPrompt.h"
 #include "desktop/FloatingPanel.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
-#include "platform/linux/AtspiFocusedTextReader.h"
 #include "platform/linux/X11CompositorProbe.h"
+#include "support/FocusedField.h"
 #include "support/TestEnvironment.h"
 #include "support/XTestKeyboard.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
-#include <QProcess>
 #include <QQuickItem>
 #include <QScreen>
 #include <QSet>
@@ -28,28 +26,7 @@ class TestCorrectionPromptDesktop : public QObject
 
     Display *m_display = nullptr;
     XTestKeyboard m_keyboard;
-    AtspiFocusedTextReader m_reader;
-    QProcess m_field;
-
-    Window inputFocus() const
-    {
-        Window window = 0;
-        int revert = 0;
-        XGetInputFocus(m_display, &window, &revert);
-        return window;
-    }
-    // The field's text once it is focused and reads `text`; false after the timeout.
-    bool fieldReads(const QString &text)
-    {
-        QDeadlineTimer deadline(10000);
-        do {
-            if (std::unique_ptr<TextElement> element = m_reader.focusedElement())
-                if (element->value() == text)
-                    return true;
-            QTest::qWait(50);
-        } while (!deadline.hasExpired());
-        return false;
-    }
+    FocusedField m_field{QStringLiteral(TEXTFIELD_BINARY)};
     void clickAt(QPoint global)
     {
         XTestFakeMotionEvent(m_display, -1, global.x(), global.y(), CurrentTime);
@@ -68,20 +45,14 @@ private Q_SLOTS:
 
     void cleanupTestCase()
     {
-        m_field.kill();
-        m_field.waitForFinished();
         if (m_display)
             XCloseDisplay(m_display);
     }
 
     void focusStaysInTheField()
     {
-        m_field.start(QStringLiteral(TEXTFIELD_BINARY), {QString(), "0", "0"});
-        QVERIFY(fieldReads(QString()));
-        // AT-SPI can see the field focused before the X server has moved the input focus.
-        QTest::qWait(300);
-        const Window fieldFocus = inputFocus();
-        QVERIFY(fieldFocus > PointerRoot);
+        QVERIFY(m_field.start());
+        const Window fieldFocus = m_field.inputFocus();
 
         QtScheduler scheduler;
         X11CompositorProbe probe;
@@ -103,9 +74,9 @@ private Q_SLOTS:
         for (const QByteArray &key : keys) {
             m_keyboard.tap(key);
             QTest::qWait(30);
-            QCOMPARE(inputFocus(), fieldFocus);
+            QCOMPARE(m_field.inputFocus(), fieldFocus);
         }
-        QVERIFY(fieldReads("hello"));
+        QVERIFY(m_field.reads("hello"));
         QVERIFY(!QGuiApplication::focusWindow());
 
         // The banner as it looks on this display, kept for people to look at.
@@ -132,7 +103,7 @@ private Q_SLOTS:
         const QPointF centre = add->mapToScene({add->width() / 2, add->height() / 2});
         clickAt(panel->mapToGlobal(centre.toPoint()));
         QTRY_COMPARE(added, QStringList{"can not|cant"});
-        QCOMPARE(inputFocus(), fieldFocus);
+        QCOMPARE(m_field.inputFocus(), fieldFocus);
         QTRY_VERIFY(!panel->isVisible());
     }
 };

@@ -11,9 +11,9 @@
 #include "hud/QuickHUDPanel.h"
 #include "hud/RecordingHUD.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
-#include "platform/linux/AtspiFocusedTextReader.h"
 #include "platform/linux/X11CompositorProbe.h"
 #include "stores/HistoryStore.h"
+#include "support/FocusedField.h"
 #include "support/TestEnvironment.h"
 #include "support/XTestKeyboard.h"
 
@@ -21,7 +21,6 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
-#include <QProcess>
 #include <QQuickItem>
 #include <QScreen>
 #include <QSet>
@@ -45,8 +44,7 @@ class TestHUDDesktop : public QObject
 
     Display *m_display = nullptr;
     XTestKeyboard m_keyboard;
-    AtspiFocusedTextReader m_reader;
-    QProcess m_field;
+    FocusedField m_field{QStringLiteral(TEXTFIELD_BINARY)};
 
     SystemClock m_clock;
     QtScheduler m_scheduler;
@@ -62,24 +60,6 @@ class TestHUDDesktop : public QObject
     QQuickItem *item(const char *name) const
     {
         return window()->rootObject()->findChild<QQuickItem *>(QString::fromLatin1(name));
-    }
-    Window inputFocus() const
-    {
-        Window window = 0;
-        int revert = 0;
-        XGetInputFocus(m_display, &window, &revert);
-        return window;
-    }
-    bool fieldReads(const QString &text)
-    {
-        QDeadlineTimer deadline(10000);
-        do {
-            if (std::unique_ptr<TextElement> element = m_reader.focusedElement())
-                if (element->value() == text)
-                    return true;
-            QTest::qWait(50);
-        } while (!deadline.hasExpired());
-        return false;
     }
     // Waits until the window stands at the panel's frame and is fully shown.
     bool settled()
@@ -145,8 +125,6 @@ private Q_SLOTS:
     {
         m_hud.reset();
         m_panel.reset();
-        m_field.kill();
-        m_field.waitForFinished();
         if (m_display)
             XCloseDisplay(m_display);
     }
@@ -264,12 +242,8 @@ private Q_SLOTS:
     void typingGoesToTheFocusedField()
     {
         OVRIN_REQUIRE_SERVICE(AtspiAccessibilitySwitch().isOn().has_value(), "the AT-SPI bus");
-        m_field.start(QStringLiteral(TEXTFIELD_BINARY), {QString(), "0", "0"});
-        QVERIFY(fieldReads(QString()));
-        // AT-SPI can see the field focused before the X server has moved the input focus.
-        QTest::qWait(300);
-        const Window fieldFocus = inputFocus();
-        QVERIFY(fieldFocus > PointerRoot);
+        QVERIFY(m_field.start());
+        const Window fieldFocus = m_field.inputFocus();
 
         m_hud->show(HUDMode::recording(CaptureMode::paste));
         CorrectionPrompt prompt(m_scheduler, {}, &m_probe);
@@ -281,9 +255,9 @@ private Q_SLOTS:
         for (const QByteArray &key : keys) {
             m_keyboard.tap(key);
             QTest::qWait(30);
-            QCOMPARE(inputFocus(), fieldFocus);
+            QCOMPARE(m_field.inputFocus(), fieldFocus);
         }
-        QVERIFY(fieldReads("hello"));
+        QVERIFY(m_field.reads("hello"));
         QVERIFY(!QGuiApplication::focusWindow());
 
         m_hud->hide();
