@@ -251,13 +251,8 @@ private Q_SLOTS:
         QVERIFY(settled());
         QTRY_VERIFY(prompt.panel()->isExposed());
 
-        const QList<QByteArray> keys{"h", "e", "l", "l", "o"};
-        for (const QByteArray &key : keys) {
-            m_keyboard.tap(key);
-            QTest::qWait(30);
-            QCOMPARE(m_field.inputFocus(), fieldFocus);
-        }
-        QVERIFY(m_field.reads("hello"));
+        QVERIFY(m_field.typeKeepingFocus(m_keyboard, "hello"));
+        QCOMPARE(m_field.inputFocus(), fieldFocus);
         QVERIFY(!QGuiApplication::focusWindow());
 
         m_hud->hide();

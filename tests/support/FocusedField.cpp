@@ -1,6 +1,7 @@
 #include "support/FocusedField.h"
 
 #include "platform/TextElement.h"
+#include "support/XTestKeyboard.h"
 
 #include <QDeadlineTimer>
 #include <QTest>
@@ -49,4 +50,16 @@ unsigned long FocusedField::inputFocus() const
     if (m_display)
         XGetInputFocus(m_display, &window, &revert);
     return window;
+}
+
+bool FocusedField::typeKeepingFocus(XTestKeyboard &keyboard, const QByteArray &word)
+{
+    const unsigned long focus = inputFocus();
+    for (char letter : word) {
+        keyboard.tap(QByteArray(1, letter));
+        QTest::qWait(30);
+        if (inputFocus() != focus)
+            return false;
+    }
+    return reads(QString::fromLatin1(word));
 }

@@ -5,6 +5,7 @@
 #include <QProcess>
 #include <QString>
 
+class XTestKeyboard;
 struct _XDisplay;
 
 // The test text field running in a process of its own, focused, read over AT-SPI: the
@@ -23,6 +24,9 @@ public:
     bool reads(const QString &text, int timeoutMs = 10000);
     // The X window that has the keyboard focus now.
     unsigned long inputFocus() const;
+    // Types `word` (lower-case letters) with XTest, a key at a time; true when the focus
+    // never left the field and the field then reads the word.
+    bool typeKeepingFocus(XTestKeyboard &keyboard, const QByteArray &word);
 
 private:
     QString m_binary;
