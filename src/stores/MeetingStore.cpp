@@ -123,6 +123,14 @@ void MeetingStore::deleteUnsent(QString path)
     scanUnsent();
 }
 
+QString MeetingStore::recordingPath(const QString &id) const
+{
+    if (id.isEmpty())
+        return {};
+    const QString path = QDir(m_recordingsDirectory).filePath(id + QStringLiteral(".wav"));
+    return QFileInfo::exists(path) ? path : QString();
+}
+
 void MeetingStore::refresh()
 {
     fetch();

@@ -30,6 +30,8 @@ public:
     // The last failure; empty when there is none.
     const QString &loadError() const { return m_loadError; }
     const QString &recordingsDirectory() const { return m_recordingsDirectory; }
+    // The local recording of meeting `id`; empty when this computer has none.
+    Q_INVOKABLE QString recordingPath(const QString &id) const;
 
     // Returns at once; the outcome shows in meetings and loadError.
     Q_INVOKABLE void refresh();

@@ -3,12 +3,13 @@
 #include "backend/Backend.h"
 #include "core/DescribedError.h"
 #include "stores/AuthStore.h"
+#include "ui/QmlStores.h"
 
 #include <QDesktopServices>
 #include <QPointer>
 
 LoginController::LoginController(QObject *parent)
-    : LoginController(Backend::shared(), AuthStore::shared(), parent)
+    : LoginController(QmlStores::instance<Backend>(), QmlStores::instance<AuthStore>(), parent)
 {}
 
 LoginController::LoginController(Backend &backend, AuthStore &auth, QObject *parent)

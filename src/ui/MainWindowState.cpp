@@ -2,6 +2,10 @@
 
 #include "core/ProcessWide.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QHash>
 #include <QJSEngine>
 
 MainWindowState &MainWindowState::shared()
@@ -46,4 +50,44 @@ void MainWindowState::setUpdateInfo(const QString &info)
         return;
     m_updateInfo = info;
     Q_EMIT updateInfoChanged();
+}
+
+QString MainWindowState::backendCommand() const
+{
+    return backendCommandIn(QCoreApplication::applicationDirPath());
+}
+
+QString MainWindowState::backendCommandIn(const QString &directory)
+{
+    const QFileInfo server(QDir(directory).filePath(QStringLiteral("ovrin-server")));
+    if (server.isExecutable() && !server.absolutePath().startsWith(QLatin1String("/usr/")))
+        return QStringLiteral("cd %1 && ./ovrin-server").arg(server.absolutePath());
+    return QStringLiteral("ovrin-server");
+}
+
+void MainWindowState::setFnKey(const QString &key)
+{
+    if (m_fnKey == key)
+        return;
+    m_fnKey = key;
+    Q_EMIT fnKeyChanged();
+}
+
+void MainWindowState::setFnKeyChoices(const QStringList &choices)
+{
+    if (m_fnKeyChoices == choices)
+        return;
+    m_fnKeyChoices = choices;
+    Q_EMIT fnKeyChanged();
+}
+
+QString MainWindowState::fnKeyLabel(const QString &keysym)
+{
+    static const QHash<QString, QString> labels{
+        {QStringLiteral("Control_R"), QStringLiteral("Right Ctrl")},
+        {QStringLiteral("Alt_R"), QStringLiteral("Right Alt")},
+        {QStringLiteral("Super_R"), QStringLiteral("Right Super")},
+        {QStringLiteral("Menu"), QStringLiteral("Menu")},
+    };
+    return labels.value(keysym, keysym);
 }

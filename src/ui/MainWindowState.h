@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
 class QJSEngine;
@@ -21,6 +22,12 @@ class MainWindowState : public QObject
     Q_PROPERTY(QString helpTopic READ helpTopic WRITE setHelpTopic NOTIFY helpTopicChanged)
     // How this Ovrin gets new versions, for "Check for Updates…".
     Q_PROPERTY(QString updateInfo READ updateInfo WRITE setUpdateInfo NOTIFY updateInfoChanged)
+    // The shell command that starts the backend, for the home page's offline row.
+    Q_PROPERTY(QString backendCommand READ backendCommand CONSTANT)
+    // The key that acts as fn, an X keysym name of fnKeyChoices; the application applies it.
+    Q_PROPERTY(QString fnKey READ fnKey WRITE setFnKey NOTIFY fnKeyChanged)
+    Q_PROPERTY(QStringList fnKeyChoices READ fnKeyChoices WRITE setFnKeyChoices NOTIFY
+                   fnKeyChanged)
 public:
     static MainWindowState &shared();
     static MainWindowState *create(QQmlEngine *, QJSEngine *);
@@ -33,14 +40,26 @@ public:
     void setHelpTopic(const QString &topic);
     const QString &updateInfo() const { return m_updateInfo; }
     void setUpdateInfo(const QString &info);
+    QString backendCommand() const;
+    // In `directory`, a build or install with ovrin-server beside ovrin gets that path.
+    static QString backendCommandIn(const QString &directory);
+    const QString &fnKey() const { return m_fnKey; }
+    void setFnKey(const QString &key);
+    const QStringList &fnKeyChoices() const { return m_fnKeyChoices; }
+    void setFnKeyChoices(const QStringList &choices);
+    // "Right Ctrl" for "Control_R", and so on.
+    Q_INVOKABLE static QString fnKeyLabel(const QString &keysym);
 
 Q_SIGNALS:
     void trayMissingChanged();
     void signInErrorChanged();
     void helpTopicChanged();
     void updateInfoChanged();
+    void fnKeyChanged();
     // From the window's menu.
     void quitRequested();
+    // The Meetings page's record button: start, or stop and upload.
+    void meetingToggleRequested();
 
 private:
     // Not default-constructible from outside, or QML would make an instance of its own.
@@ -50,4 +69,6 @@ private:
     QString m_signInError;
     QString m_helpTopic;
     QString m_updateInfo;
+    QString m_fnKey;
+    QStringList m_fnKeyChoices;
 };

@@ -68,7 +68,10 @@ FakeReply FakeBackendServer::dispatch(const FakeRequest &request)
     m_requests.append(request);
     Q_EMIT requestReceived(request);
 
-    const auto found = m_routes.find({request.method, request.path});
+    // A route scripted with its query ("/history?scope=chat") wins over the bare path.
+    auto found = m_routes.find({request.method, request.target});
+    if (found == m_routes.end())
+        found = m_routes.find({request.method, request.path});
     if (found != m_routes.end()) {
         Route &route = found->second;
         if (!route.queued.empty()) {

@@ -14,6 +14,24 @@ ApplicationWindow {
     minimumWidth: 900
     minimumHeight: 600
     visible: false
+    color: Theme.window
+    palette.window: Theme.window
+    palette.base: Theme.surface
+    palette.alternateBase: Theme.surfaceAlt
+    palette.button: Theme.surfaceAlt
+    palette.text: Theme.text
+    palette.windowText: Theme.text
+    palette.buttonText: Theme.text
+    palette.placeholderText: Theme.textSecondary
+    palette.highlight: Theme.accent
+    palette.highlightedText: Theme.accentText
+    palette.mid: Theme.border
+    palette.dark: Theme.border
+    palette.light: Theme.surface
+    palette.midlight: Theme.surfaceAlt
+    palette.shadow: Theme.border
+    palette.toolTipBase: Theme.surface
+    palette.toolTipText: Theme.text
 
     menuBar: MenuBar {
         Menu {
@@ -121,7 +139,7 @@ ApplicationWindow {
     }
     Component {
         id: appView
-        AppHome {}
+        AppWindow {}
     }
 
     PrivacyHelpSheet {

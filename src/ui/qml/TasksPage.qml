@@ -1,0 +1,9 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Ovrin.Ui
+import Ovrin.App
+
+PageScaffold {
+    title: "Tasks"
+}
