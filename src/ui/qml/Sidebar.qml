@@ -81,7 +81,7 @@ Rectangle {
             section.delegate: Item {
                 required property string section
                 width: ListView.view.width
-                height: section === "" ? 4 : 30
+                height: section === "" ? 2 : 26
                 Label {
                     anchors.left: parent.left
                     anchors.leftMargin: 18
@@ -103,7 +103,7 @@ Rectangle {
                 readonly property bool selected: AppModel.selectedTab === pageId
                 objectName: "nav-" + pageId
                 width: ListView.view.width
-                height: 34
+                height: 30
                 leftPadding: 18
                 focusPolicy: Qt.NoFocus
                 onClicked: AppModel.selectedTab = pageId
