@@ -69,6 +69,11 @@ QCoro::Task<void> DictionaryStore::create(QString term, std::optional<QString> h
     }
 }
 
+void DictionaryStore::addTerm(const QString &term, const QString &heardAs)
+{
+    add(term, heardAs.trimmed().isEmpty() ? std::nullopt : std::optional<QString>(heardAs));
+}
+
 void DictionaryStore::remove(QString id)
 {
     QList<DictionaryTerm> terms = m_terms;

@@ -31,6 +31,8 @@ public:
     // A blank term is ignored. The backend answers with the whole record, which
     // replaces the one with its id or else goes first.
     void add(QString term, std::optional<QString> heardAs);
+    // For views: an empty `heardAs` is none.
+    Q_INVOKABLE void addTerm(const QString &term, const QString &heardAs = {});
     // Gone locally at once; the backend's answer is not waited for.
     Q_INVOKABLE void remove(QString id);
 
