@@ -164,15 +164,14 @@ QCoro::Task<void> ConnectionsModel::removeConnection(QString slug)
     QPointer<ConnectionsModel> self(this);
     try {
         co_await m_backend.disconnect(slug);
-        if (!self)
-            co_return;
-        setLoadError({});
     } catch (...) {
-        if (!self)
-            co_return;
-        setLoadError(DescribedError::describe(std::current_exception()));
+        // The list stays as it was: the error says why the app is still there.
+        if (self)
+            setLoadError(DescribedError::describe(std::current_exception()));
+        co_return;
     }
-    fetch();
+    if (self)
+        fetch();
 }
 
 void ConnectionsModel::setLoadError(const QString &error)

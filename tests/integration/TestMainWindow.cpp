@@ -4,6 +4,8 @@
 #include "ui/ThemeStore.h"
 #include "window/MainWindowFixture.h"
 
+#include <QCoro/QCoroTask>
+#include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
@@ -34,6 +36,65 @@ private Q_SLOTS:
         }
     }
 
+    void statusAndBackendFollowTheModel()
+    {
+        QQuickItem *root = m_rig.window()->contentItem();
+        auto status = [&] {
+            return MainWindowFixture::findItem(root, "activityStatus")->property("text").toString();
+        };
+        QCOMPARE(status(), QStringLiteral("Ready"));
+        m_rig.model->setHotkeyIsDown(true);
+        QCOMPARE(status(), QStringLiteral("Key held"));
+        m_rig.model->setActivity(Activity::recording);
+        QCOMPARE(status(), QStringLiteral("Listening…"));
+        m_rig.model->setActivity(Activity::transcribing);
+        QCOMPARE(status(), QStringLiteral("Transcribing…"));
+        m_rig.model->setHotkeyIsDown(false);
+        m_rig.model->setActivity(Activity::idle);
+        QCOMPARE(status(), QStringLiteral("Ready"));
+
+        QVERIFY(MainWindowFixture::findText(root, "Backend offline"));
+        m_rig.health.reachable = true;
+        m_rig.model->refreshPermissions();
+        QTRY_VERIFY(MainWindowFixture::findText(root, "Backend online"));
+    }
+
+    // Chat is the transcripts' page type with its own scope, built afresh.
+    void chatTabShowsAFreshChatPage()
+    {
+        QQuickItem *transcripts = m_rig.showPage(SidebarNavigation::transcripts);
+        QVERIFY(transcripts);
+        QCOMPARE(transcripts->property("scope").toString(), QStringLiteral("transcripts"));
+        const QPointer<QQuickItem> previous(transcripts);
+        QQuickItem *chat = m_rig.showPage(SidebarNavigation::chat);
+        QVERIFY(chat);
+        QCOMPARE(chat->objectName(), QStringLiteral("page-history-chat"));
+        QCOMPARE(chat->property("scope").toString(), QStringLiteral("chat"));
+        QTRY_VERIFY(!previous); // the transcript page is gone, not reused
+        QVERIFY(MainWindowFixture::findItem(m_rig.window()->contentItem(), "nav-4")
+                    ->property("selected")
+                    .toBool());
+    }
+
+    void sidebarClicksAndKeysSelectPages()
+    {
+        QQuickItem *root = m_rig.window()->contentItem();
+        QQuickItem *meetings = MainWindowFixture::findItem(root, "nav-5");
+        QVERIFY(meetings);
+        const QPointF centre = meetings->mapToScene(
+            QPointF(meetings->width() / 2, meetings->height() / 2));
+        QTest::mouseClick(m_rig.window(), Qt::LeftButton, {}, centre.toPoint());
+        QTRY_COMPARE(m_rig.model->selectedTab(), int(SidebarNavigation::meetings));
+
+        QQuickItem *list = MainWindowFixture::findItem(root, "sidebarList");
+        list->forceActiveFocus();
+        QTest::keyClick(m_rig.window(), Qt::Key_Down);
+        QTRY_COMPARE(m_rig.model->selectedTab(), int(SidebarNavigation::dictionary));
+        QTest::keyClick(m_rig.window(), Qt::Key_Up);
+        QTest::keyClick(m_rig.window(), Qt::Key_Up);
+        QTRY_COMPARE(m_rig.model->selectedTab(), int(SidebarNavigation::chat));
+    }
+
     // Every page in both themes, for the eye.
     void screenshotsOfEveryPage()
     {
@@ -48,6 +109,17 @@ private Q_SLOTS:
             }
         }
         ThemeStore::shared().setPreference(AppTheme::system);
+    }
+
+    // Last: signing out leaves the rig on the login page.
+    void signingOutShowsTheLoginPage()
+    {
+        QCoro::waitFor(m_rig.auth->signOut());
+        QQuickItem *root = m_rig.window()->contentItem();
+        QTRY_VERIFY(MainWindowFixture::findItem(root, "emailField"));
+        QVERIFY(!MainWindowFixture::findItem(root, "sidebarList"));
+        QVERIFY(MainWindowFixture::findText(root, "Sign in to Ovrin"));
+        m_rig.saveScreenshot("page-login");
     }
 };
 
