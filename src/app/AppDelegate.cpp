@@ -131,6 +131,7 @@ void AppDelegate::setupMainMenu()
     d->mainWindow.load();
     MainWindowState &window = MainWindowState::shared();
     connect(&window, &MainWindowState::quitRequested, this, &AppDelegate::quitRequested);
+    connect(&window, &MainWindowState::meetingToggleRequested, this, &AppDelegate::toggleMeeting);
     window.setUpdateInfo(
         d->target.isInstalled()
             ? QStringLiteral("Ovrin is updated with your system's packages: your package "

@@ -157,6 +157,8 @@ void AppModel::setLaunchAtLogin(bool on)
     if (!m_launchAtLogin.setEnabled(on, error))
         log(QStringLiteral("Launch at login failed: ") + error);
     m_launchAtLogin.markPromptAnswered();
+    // Answered: the window stops offering it.
+    assign(m_showLaunchAtLoginPrompt, false, &AppModel::showLaunchAtLoginPromptChanged);
     assign(m_launchAtLoginEnabled, m_launchAtLogin.isEnabled(),
            &AppModel::launchAtLoginEnabledChanged);
     log(m_launchAtLoginEnabled ? QStringLiteral("Launch at login enabled.")

@@ -25,9 +25,9 @@
 #include "stores/SettingsStore.h"
 
 
-struct CaptureStack::Parts
+struct CaptureStack::Components
 {
-    Parts(PlatformServices platform, AppModel &model, SessionBackend &backend, Clock &clock,
+    Components(PlatformServices platform, AppModel &model, SessionBackend &backend, Clock &clock,
           Scheduler &scheduler, StatusShell &shell)
         : model(model), recorder([] { return SettingsStore::shared().current().micUID; }),
           recorderAdapter(recorder), hotkey(platform.keySource, clock, scheduler),
@@ -86,7 +86,7 @@ struct CaptureStack::Parts
 
 CaptureStack::CaptureStack(PlatformServices platform, AppModel &model, SessionBackend &backend,
                            Clock &clock, Scheduler &scheduler, StatusShell &shell)
-    : d(std::make_unique<Parts>(platform, model, backend, clock, scheduler, shell))
+    : d(std::make_unique<Components>(platform, model, backend, clock, scheduler, shell))
 {
     d->hud.setHistoryRefresher([] { HistoryStore::shared().refresh({HistoryScope::chat}); });
 

@@ -34,6 +34,6 @@ public:
     void applyHotkeySetting(const Settings &settings);
 
 private:
-    struct Parts;
-    std::unique_ptr<Parts> d;
+    struct Components;
+    std::unique_ptr<Components> d;
 };

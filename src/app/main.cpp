@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "app/AppModel.h"
 #include "app/CommandLineTool.h"
 #include "app/InstanceChannel.h"
 #include "backend/Backend.h"
@@ -7,6 +8,7 @@
 #include "hotkeys/ShortcutRecorder.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
 #include "platform/linux/AtspiFocusedTextReader.h"
+#include "platform/linux/PortalColorScheme.h"
 #include "platform/linux/SyslogSystemLog.h"
 #include "platform/linux/TerminalPrompt.h"
 #include "platform/linux/UnixSignalWatcher.h"
@@ -19,6 +21,8 @@
 #include "platform/linux/XdgAutostartLoginItem.h"
 #include "platform/linux/XdgInstalledApps.h"
 #include "stores/AuthStore.h"
+#include "ui/MainWindowState.h"
+#include "ui/ThemeStore.h"
 
 #include <QApplication>
 #include <QCoro/QCoroTask>
@@ -39,6 +43,31 @@ int runCommand(int argc, char *argv[])
     CommandLineTool tool(Backend::shared(), AuthStore::shared(), out, err);
     tool.setPasswordReader(&TerminalPrompt::readSecret);
     return QCoro::waitFor(tool.run(QCoreApplication::arguments()));
+}
+
+// The settings page picks the fn key; it applies at once, to the global hotkeys and to the
+// shortcut fields, and is kept for the next launch.
+void followFnKeyChoice(X11KeySource &keySource, X11KeyboardMap &keyboardMap, AppModel &model)
+{
+    MainWindowState &window = MainWindowState::shared();
+    window.setFnKeyChoices(X11KeySource::fnKeyChoices());
+    window.setFnKey(X11KeySource::configuredFnKey());
+    QObject::connect(
+        &window, &MainWindowState::fnKeyChanged, &model,
+        [&window, &keySource, &keyboardMap, &model, applied = window.fnKey()]() mutable {
+            const QString key = window.fnKey();
+            if (key == applied)
+                return; // the list of choices changed, not the choice
+            if (!X11KeySource::fnKeyChoices().contains(key)) {
+                window.setFnKey(applied);
+                return;
+            }
+            applied = key;
+            X11KeySource::setConfiguredFnKey(key);
+            keySource.setFnKey(key);
+            keyboardMap.setFnKey(key);
+            model.log(QStringLiteral("Fn key set to %1.").arg(MainWindowState::fnKeyLabel(key)));
+        });
 }
 
 } // namespace
@@ -88,6 +117,9 @@ int main(int argc, char *argv[])
     X11KeyboardMap keyboardMap(X11KeySource::configuredFnKey());
     X11CompositorProbe compositor;
     ShortcutRecorder::setDefaultKeyboardMap(&keyboardMap);
+    // The desktop's light or dark is known before the window first paints.
+    PortalColorScheme colorScheme;
+    ThemeStore::shared().setColorSchemeSource(&colorScheme);
 
     SystemClock clock;
     QtScheduler scheduler;
@@ -96,6 +128,7 @@ int main(int argc, char *argv[])
                                           accessibilitySwitch, keyboardMap, &compositor},
                          clock, scheduler);
     QObject::connect(&delegate, &AppDelegate::quitRequested, &app, &QApplication::quit);
+    followFnKeyChoice(keySource, keyboardMap, delegate.model());
     QObject::connect(&channel, &InstanceChannel::argumentsReceived, &delegate,
                      &AppDelegate::handleArguments);
     delegate.applicationDidFinishLaunching();

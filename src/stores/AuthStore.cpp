@@ -127,3 +127,8 @@ QCoro::Task<bool> AuthStore::signOut()
     const Keychain::Reply removed = co_await m_keychain.remove(QString::fromLatin1(keychainKey));
     co_return removed.status == Keychain::Status::ok;
 }
+
+void AuthStore::requestSignOut()
+{
+    signOut();
+}

@@ -53,6 +53,8 @@ public:
     // Forgets the token and the user and empties every user cache at once; the task
     // ends when the keyring has forgotten the token too (false when it could not).
     QCoro::Task<bool> signOut();
+    // For views: signs out without waiting for the keyring.
+    Q_INVOKABLE void requestSignOut();
 
 Q_SIGNALS:
     void userChanged();

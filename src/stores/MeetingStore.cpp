@@ -133,6 +133,8 @@ QString MeetingStore::recordingPath(const QString &id) const
 
 void MeetingStore::refresh()
 {
+    // Recordings may have been left in unsent/ by another run since the store was made.
+    scanUnsent();
     fetch();
 }
 

@@ -29,6 +29,8 @@ MainWindow::MainWindow(QObject *parent) : QObject(parent)
     theme.setPreference(settings.current().theme);
     settings.setThemePreference(&theme);
     m_engine = std::make_unique<QQmlApplicationEngine>();
+    // Our QML modules are compiled in under qrc:/Ovrin/…; Qt 6.4 does not look there itself.
+    m_engine->addImportPath(QStringLiteral("qrc:/"));
 }
 
 MainWindow::~MainWindow() = default;

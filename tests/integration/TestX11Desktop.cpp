@@ -1,5 +1,6 @@
-// Hotkeys and paste on a real X server: the fn key (Right Ctrl) held as a chord, a key
-// combination kept away from the focused window, and text pasted into a real field.
+// Hotkeys and paste on a real X server: the fn key (Right Ctrl) held as a chord, another fn
+// key chosen while running, a key combination kept away from the focused window, and text
+// pasted into a real field.
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
 #include "desktop/Paster.h"
@@ -79,6 +80,48 @@ private Q_SLOTS:
         m_keyboard.tap("x"); // the field does get ordinary keys
         QTRY_COMPARE(field.text(), QStringLiteral("x"));
         m_manager->setShortcut(CaptureMode::ask, defaultShortcut(CaptureMode::ask));
+    }
+
+    // The settings pick another fn key and the running hotkeys follow: Right Super is fn, its
+    // combinations are kept from the field, and Right Ctrl is plain control again.
+    void fnKeyChosenWhileRunning()
+    {
+        m_source.setFnKey(QStringLiteral("Super_R"));
+        m_keyboard.press("Super_R");
+        QTRY_COMPARE(m_events, QStringList{"start paste"});
+        QCOMPARE(m_source.currentModifierFlags(), Shortcut::fn);
+        m_keyboard.release("Super_R");
+        QTRY_COMPARE(m_events, (QStringList{"start paste", "stop paste"}));
+        m_keyboard.press("Super_R");
+        m_keyboard.press("Control_R"); // fn with control: the ask chord
+        QTRY_COMPARE(m_events.value(2), QStringLiteral("start ask"));
+        m_keyboard.release("Control_R");
+        m_keyboard.release("Super_R");
+        QTRY_COMPARE(m_events.value(3), QStringLiteral("stop ask"));
+
+        m_manager->setShortcut(CaptureMode::ask, Shortcut(Shortcut::fn, 2, "D"));
+        QLineEdit field;
+        field.show();
+        field.activateWindow();
+        field.setFocus();
+        QVERIFY(QTest::qWaitForWindowActive(&field));
+        m_events.clear();
+        m_keyboard.press("Super_R");
+        m_keyboard.tap("d");
+        m_keyboard.release("Super_R");
+        QTRY_VERIFY(m_events.contains("start ask"));
+        m_keyboard.tap("x");
+        QTRY_COMPARE(field.text(), QStringLiteral("x"));
+        m_manager->setShortcut(CaptureMode::ask, defaultShortcut(CaptureMode::ask));
+
+        // Menu sets no X modifier, yet held alone it is fn.
+        m_source.setFnKey(QStringLiteral("Menu"));
+        m_events.clear();
+        m_keyboard.press("Menu");
+        QTRY_COMPARE(m_events, QStringList{"start paste"});
+        m_keyboard.release("Menu");
+        QTRY_COMPARE(m_events, (QStringList{"start paste", "stop paste"}));
+        m_source.setFnKey(QStringLiteral("Control_R"));
     }
 
     void pasteWaitsForTheUsersModifiers()

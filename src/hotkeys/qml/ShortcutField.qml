@@ -1,6 +1,6 @@
 // A settings field for one hotkey: shows it, records a new one when clicked (or on Space /
-// Enter while focused) and has a clear button. Colours come from the system palette so it
-// reads well in light and dark themes.
+// Enter while focused) and has a clear button. Colours come from the system palette unless
+// the window sets its own (fillColor, accentColor, lineColor, textColor).
 import QtQuick
 import Ovrin.Hotkeys
 
@@ -14,15 +14,18 @@ Rectangle {
     signal edited(var shortcut)
 
     readonly property bool highlighted: recorder.recording || activeFocus
+    property color fillColor: colors.button
+    property color accentColor: colors.highlight
+    property color lineColor: colors.mid
+    property color textColor: colors.buttonText
 
     implicitWidth: Math.max(160, label.implicitWidth + 2 * clearButton.width + 24)
     implicitHeight: Math.max(28, label.implicitHeight + 12)
     radius: 6
-    color: recorder.recording ? Qt.rgba(colors.highlight.r, colors.highlight.g,
-                                        colors.highlight.b, 0.15)
-                              : colors.button
+    color: recorder.recording ? Qt.rgba(accentColor.r, accentColor.g, accentColor.b, 0.15)
+                              : fillColor
     border.width: highlighted ? 2 : 1
-    border.color: highlighted ? colors.highlight : colors.mid
+    border.color: highlighted ? accentColor : lineColor
 
     activeFocusOnTab: true
     Accessible.role: Accessible.Button
@@ -62,7 +65,7 @@ Rectangle {
         horizontalAlignment: Text.AlignHCenter
         elide: Text.ElideRight
         text: recorder.label
-        color: colors.buttonText
+        color: field.textColor
         // The prompts are dimmer than a shortcut.
         opacity: recorder.recording || recorder.empty ? 0.6 : 1
     }

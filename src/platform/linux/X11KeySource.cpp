@@ -10,6 +10,7 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
 
 namespace {
 
@@ -22,13 +23,16 @@ int ignoreXErrors(Display *, XErrorEvent *)
     return 0;
 }
 
-unsigned xModifiers(std::uint64_t flags)
+// fnMask: the X modifier the fn key sets (Control for the default Right Ctrl).
+unsigned xModifiers(std::uint64_t flags, unsigned fnMask)
 {
     unsigned mask = 0;
     if (flags & shiftBit)
         mask |= ShiftMask;
-    if (flags & (controlBit | fnBit)) // the default fn key is a Control key to X
+    if (flags & controlBit)
         mask |= ControlMask;
+    if (flags & fnBit)
+        mask |= fnMask;
     if (flags & optionBit)
         mask |= Mod1Mask;
     if (flags & commandBit)
@@ -59,9 +63,10 @@ void X11KeySource::setConfiguredFnKey(const QString &keysymName)
             .setValue(QStringLiteral("fnKey"), keysymName);
 }
 
-X11KeySource::X11KeySource(QString fnKey, QObject *parent)
-    : QObject(parent), m_fnKey(std::move(fnKey))
-{}
+X11KeySource::X11KeySource(const QString &fnKey, QObject *parent) : QObject(parent)
+{
+    setFnKey(fnKey);
+}
 
 X11KeySource::~X11KeySource()
 {
@@ -138,11 +143,49 @@ void X11KeySource::setSwallowedCombos(QList<Combo> combos)
     }
 }
 
+void X11KeySource::setFnKey(const QString &keysymName)
+{
+    const KeySym keysym = XStringToKeysym(keysymName.toLatin1().constData());
+    if (keysym == NoSymbol || keysym == m_fnKeysym)
+        return;
+    m_fnKeysym = keysym;
+    if (m_display) {
+        ungrabCombos();
+        grabCombos();
+    }
+}
+
+unsigned X11KeySource::fnModifierMask() const
+{
+    KeyCode keycode = XKeysymToKeycode(m_display, m_fnKeysym);
+    if (keycode == 0 && m_fnKeysym == XK_Alt_R) // Right Alt is AltGr on many layouts
+        keycode = XKeysymToKeycode(m_display, XK_ISO_Level3_Shift);
+    if (keycode == 0)
+        return 0;
+    XModifierKeymap *map = XGetModifierMapping(m_display);
+    if (!map)
+        return 0;
+    unsigned mask = 0;
+    for (int modifier = 0; modifier < 8; ++modifier) {
+        for (int i = 0; i < map->max_keypermod; ++i) {
+            if (map->modifiermap[modifier * map->max_keypermod + i] == keycode)
+                mask |= 1u << modifier;
+        }
+    }
+    XFreeModifiermap(map);
+    return mask;
+}
+
 void X11KeySource::grabCombos()
 {
     auto *previous = XSetErrorHandler(ignoreXErrors);
     const Window root = DefaultRootWindow(m_display);
+    const unsigned fnMask = fnModifierMask();
     for (const Combo &combo : std::as_const(m_combos)) {
+        // A fn key that is no X modifier (Menu) leaves nothing to tell fn+D from D by: such a
+        // combination is still seen, but reaches the focused window too.
+        if ((combo.modifiers & fnBit) && fnMask == 0)
+            continue;
         const KeySym keysym = MacKeyCodes::toKeysym(combo.keyCode);
         const int keycode = keysym == NoSymbol ? 0 : XKeysymToKeycode(m_display, keysym);
         if (keycode == 0)
@@ -150,7 +193,7 @@ void X11KeySource::grabCombos()
         // Caps Lock and Num Lock must not make the shortcut miss.
         for (unsigned locks :
              {0u, unsigned(LockMask), unsigned(Mod2Mask), unsigned(LockMask | Mod2Mask)}) {
-            const unsigned modifiers = xModifiers(combo.modifiers) | locks;
+            const unsigned modifiers = xModifiers(combo.modifiers, fnMask) | locks;
             XGrabKey(m_display, keycode, modifiers, root, True, GrabModeAsync, GrabModeAsync);
             m_grabbed.append({keycode, modifiers});
         }
@@ -176,8 +219,7 @@ unsigned long X11KeySource::baseKeysym(int keycode) const
 
 std::uint64_t X11KeySource::modifierBit(int keycode) const
 {
-    return X11KeyboardMap::modifierBitOfKeysym(baseKeysym(keycode),
-                                               XStringToKeysym(m_fnKey.toLatin1().constData()));
+    return X11KeyboardMap::modifierBitOfKeysym(baseKeysym(keycode), m_fnKeysym);
 }
 
 void X11KeySource::readEvents()

@@ -15,7 +15,7 @@ struct _XDisplay;
 // modifier-only chords are seen without grabbing anything. Key combinations that are
 // shortcuts are grabbed on the root (with the Lock and NumLock variants) so the focused
 // application never gets them. The modifier bits come from the physical keys held;
-// the fn bit is one key the user picks (default Right Ctrl).
+// the fn bit is one key the user picks (default Right Ctrl), which can change while running.
 class X11KeySource : public QObject, public KeyEventSource
 {
     Q_OBJECT
@@ -26,8 +26,12 @@ public:
     static QString configuredFnKey();
     static void setConfiguredFnKey(const QString &keysymName);
 
-    explicit X11KeySource(QString fnKey = configuredFnKey(), QObject *parent = nullptr);
+    explicit X11KeySource(const QString &fnKey = configuredFnKey(), QObject *parent = nullptr);
     ~X11KeySource() override;
+
+    // Another key acts as fn from now on; the grabs of combinations with fn follow it. Keys
+    // held through the switch keep the meaning they had until they are released.
+    void setFnKey(const QString &keysymName);
 
     // False without a display that has XInput 2.2 and XTEST.
     bool start(Handler handler) override;
@@ -40,10 +44,11 @@ private:
     void handleRawKey(int keycode, bool press, bool repeat);
     unsigned long baseKeysym(int keycode) const;
     std::uint64_t modifierBit(int keycode) const;
+    unsigned fnModifierMask() const;
     void grabCombos();
     void ungrabCombos();
 
-    QString m_fnKey;
+    unsigned long m_fnKeysym = 0;
     Handler m_handler;
     _XDisplay *m_display = nullptr;
     int m_xiOpcode = 0;

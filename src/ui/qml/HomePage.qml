@@ -4,6 +4,188 @@ import QtQuick.Layouts
 import Ovrin.Ui
 import Ovrin.App
 
+// Where Ovrin starts: what the setup still lacks, the shortcuts, and once the app works
+// properly the offer to start at login.
 PageScaffold {
+    id: page
+    // The login-item prompt was answered here; the model keeps offering it until restart.
+    property bool promptAnswered: false
+    readonly property bool setupComplete: AppModel.micAuthorized && AppModel.accessibilityTrusted
+                                          && AppModel.screenRecordingTrusted
+                                          && AppModel.backendReachable
+
     title: "Talk to your Mac"
+    subtitle: "Hold " + AppModel.hotkeyName + " anywhere to dictate. Use the shortcuts below for AI and screen help."
+    onAppeared: AppModel.refreshPermissions()
+
+    function answerPrompt(open) {
+        page.promptAnswered = true;
+        AppModel.setLaunchAtLogin(open);
+    }
+
+    PageScrollView {
+        anchors.fill: parent
+
+        Card {
+            objectName: "launchAtLoginPrompt"
+            Layout.fillWidth: true
+            visible: AppModel.showLaunchAtLoginPrompt && !page.promptAnswered
+            color: Theme.accentSoft
+            border.color: Theme.accent
+            spacing: 6
+
+            Label {
+                Layout.fillWidth: true
+                text: "Start Ovrin at login?"
+                color: Theme.text
+                font.pointSize: Theme.headingSize
+                font.weight: Font.DemiBold
+            }
+            Label {
+                Layout.fillWidth: true
+                text: "Ovrin stays in the menu bar so global hotkeys work in any app. Open it automatically when you log in?"
+                color: Theme.text
+                wrapMode: Text.WordWrap
+            }
+            RowLayout {
+                Layout.topMargin: 6
+                spacing: 8
+                AccentButton {
+                    text: "Open at Login"
+                    onClicked: page.answerPrompt(true)
+                }
+                Button {
+                    text: "Not Now"
+                    onClicked: page.answerPrompt(false)
+                }
+            }
+        }
+
+        Card {
+            objectName: "setupCard"
+            Layout.fillWidth: true
+            spacing: Theme.spacing
+
+            RowLayout {
+                objectName: "allSet"
+                visible: page.setupComplete
+                spacing: 10
+                SymbolIcon {
+                    symbol: "checkmark.circle.fill"
+                    size: 20
+                    color: Theme.success
+                }
+                Label {
+                    text: "All set"
+                    color: Theme.text
+                    font.pointSize: Theme.headingSize
+                    font.weight: Font.DemiBold
+                }
+            }
+
+            Label {
+                visible: !page.setupComplete
+                text: "Finish setup"
+                color: Theme.text
+                font.pointSize: Theme.headingSize
+                font.weight: Font.DemiBold
+            }
+            SetupRow {
+                objectName: "setup-microphone"
+                visible: !AppModel.micAuthorized
+                symbol: "mic.fill"
+                title: "Microphone access"
+                detail: "Required for dictation and Ask AI."
+                onTriggered: AppModel.requestMicrophone()
+            }
+            SetupRow {
+                objectName: "setup-accessibility"
+                visible: !AppModel.accessibilityTrusted
+                symbol: "keyboard"
+                title: "Accessibility access"
+                detail: "Required for global hotkeys. Launch with ./run.sh if Ovrin isn't listed."
+                onTriggered: AppModel.requestAccessibility()
+            }
+            SetupRow {
+                objectName: "setup-screen"
+                visible: !AppModel.screenRecordingTrusted
+                symbol: "magnifyingglass"
+                title: "Screen Recording"
+                detail: "Required for Read screen."
+                onTriggered: MainWindowState.helpTopic = "Privacy_ScreenCapture"
+            }
+            SetupRow {
+                objectName: "setup-backend"
+                visible: !AppModel.backendReachable
+                symbol: "exclamationmark.triangle.fill"
+                symbolColor: Theme.danger
+                title: "Backend offline"
+                actionText: "Retry"
+                onTriggered: AppModel.refresh()
+
+                RowLayout {
+                    Layout.fillWidth: true
+                    spacing: 6
+                    Label {
+                        text: "Start it with:"
+                        color: Theme.textSecondary
+                        font.pointSize: Theme.captionSize
+                    }
+                    TextEdit {
+                        objectName: "backendCommand"
+                        Layout.fillWidth: true
+                        text: MainWindowState.backendCommand
+                        readOnly: true
+                        selectByMouse: true
+                        wrapMode: TextEdit.WrapAnywhere
+                        font.family: "monospace"
+                        font.pointSize: Theme.captionSize
+                        color: Theme.text
+                        selectionColor: Theme.accent
+                        selectedTextColor: Theme.accentText
+                    }
+                }
+            }
+        }
+
+        Card {
+            objectName: "shortcutsCard"
+            Layout.fillWidth: true
+            spacing: 10
+
+            Label {
+                text: "Shortcuts"
+                color: Theme.text
+                font.pointSize: Theme.headingSize
+                font.weight: Font.DemiBold
+            }
+            Repeater {
+                model: [
+                    { symbol: "mic.fill", name: "Dictate", keys: AppModel.hotkeyName },
+                    { symbol: "sparkles", name: "Ask AI", keys: AppModel.askKeyName },
+                    { symbol: "magnifyingglass", name: "Read screen", keys: AppModel.screenKeyName },
+                    { symbol: "waveform", name: "Hands-free", keys: "fn fn" }
+                ]
+                delegate: RowLayout {
+                    id: shortcutRow
+                    required property var modelData
+                    Layout.fillWidth: true
+                    spacing: 10
+                    SymbolIcon {
+                        symbol: shortcutRow.modelData.symbol
+                        size: 16
+                        color: Theme.accent
+                    }
+                    Label {
+                        Layout.fillWidth: true
+                        text: shortcutRow.modelData.name
+                        color: Theme.text
+                    }
+                    ShortcutBadge {
+                        text: shortcutRow.modelData.keys
+                    }
+                }
+            }
+        }
+    }
 }

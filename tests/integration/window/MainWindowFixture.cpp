@@ -149,6 +149,11 @@ void MainWindowFixture::scriptBackend()
                             {"slug", "calendar"}, {"label", "Calendar"}, {"connected", true}}}}});
     server.on("POST", "/connections/email/connect")
         .json({{"redirectUrl", "https://provider.example/consent"}});
+
+    // Home, Settings, Console and Connections pages. The home page checks the backend when
+    // it appears: it stays offline until a test brings it up.
+    server.on("DELETE", "/connections/calendar").json({{"ok", true}});
+    health.reachable = false;
 }
 
 bool MainWindowFixture::start()

@@ -119,6 +119,7 @@ private Q_SLOTS:
         f.model.setLaunchAtLogin(on);
         QCOMPARE(f.systemLog.lines, messages);
         QCOMPARE(f.model.launchAtLoginEnabled(), on != fails);
+        QVERIFY(!f.model.showLaunchAtLoginPrompt()); // answered, whatever the outcome
 
         // The answer is on disk at once, not only in QSettings' in-process cache.
         QFile file(f.settings.fileName());

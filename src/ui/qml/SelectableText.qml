@@ -1,0 +1,23 @@
+import QtQuick
+import Ovrin.Ui
+
+// Read-only text the user can select and copy, wrapped to its width.
+TextEdit {
+    readOnly: true
+    selectByMouse: true
+    activeFocusOnTab: false
+    textFormat: TextEdit.PlainText
+    wrapMode: TextEdit.Wrap
+    color: Theme.text
+    selectionColor: Theme.accent
+    selectedTextColor: Theme.accentText
+    onActiveFocusChanged: if (!activeFocus) deselect()
+
+    // Puts the whole text on the clipboard without disturbing what the user selected.
+    function copyAll() {
+        const start = selectionStart, end = selectionEnd;
+        selectAll();
+        copy();
+        select(start, end);
+    }
+}

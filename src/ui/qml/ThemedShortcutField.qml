@@ -1,0 +1,11 @@
+import QtQuick
+import Ovrin.Ui
+import Ovrin.Hotkeys
+
+// The hotkey field in the window's colours rather than the system's.
+ShortcutField {
+    fillColor: Theme.surfaceAlt
+    accentColor: Theme.accent
+    lineColor: Theme.border
+    textColor: Theme.text
+}
