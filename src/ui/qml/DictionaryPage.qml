@@ -45,7 +45,6 @@ PageScaffold {
             Button {
                 objectName: "addTerm"
                 // The window palette colours disabled controls as live ones; dim this one instead.
-                opacity: enabled ? 1 : 0.5
                 text: "Add"
                 icon.source: "icons/plus.svg"
                 icon.color: Theme.text

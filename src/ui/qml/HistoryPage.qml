@@ -18,7 +18,6 @@ PageScaffold {
     actions: Button {
         objectName: "clearHistory"
         // The window palette colours disabled controls as live ones; dim this one instead.
-        opacity: enabled ? 1 : 0.5
         text: "Clear"
         icon.source: "icons/trash.svg"
         icon.color: Theme.text
@@ -47,6 +46,8 @@ PageScaffold {
         visible: count > 0
         clip: true
         spacing: page.chat ? 14 : 10
+        // A conversation reads downwards: each question above its answer, the newest last.
+        verticalLayoutDirection: page.chat ? ListView.BottomToTop : ListView.TopToBottom
         activeFocusOnTab: true
         boundsBehavior: Flickable.StopAtBounds
         model: history.entries

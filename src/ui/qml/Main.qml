@@ -15,6 +15,7 @@ ApplicationWindow {
     minimumHeight: 600
     visible: false
     color: Theme.window
+    font.pointSize: Theme.bodySize
     palette.window: Theme.window
     palette.base: Theme.surface
     palette.alternateBase: Theme.surfaceAlt
@@ -32,6 +33,11 @@ ApplicationWindow {
     palette.shadow: Theme.border
     palette.toolTipBase: Theme.surface
     palette.toolTipText: Theme.text
+    palette.disabled.buttonText: Theme.textSecondary
+    palette.disabled.windowText: Theme.textSecondary
+    palette.disabled.text: Theme.textSecondary
+    palette.disabled.button: Theme.surface
+    palette.disabled.highlight: Theme.border
 
     menuBar: MenuBar {
         Menu {

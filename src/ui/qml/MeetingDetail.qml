@@ -92,7 +92,6 @@ FocusScope {
             Button {
                 objectName: "playButton"
                 // The window palette colours disabled controls as live ones; dim this one instead.
-                opacity: enabled ? 1 : 0.5
                 Layout.alignment: Qt.AlignTop
                 enabled: detail.recording !== ""
                 text: player.isPlaying ? "Stop" : "Play"

@@ -85,16 +85,21 @@ PageScaffold {
                 SectionLabel {
                     text: "Tasks"
                 }
-                Repeater {
-                    model: card.tasks
-                    delegate: TaskRow {
-                        required property var modelData
-                        required property int index
-                        Layout.fillWidth: true
-                        task: modelData
-                        removable: false
-                        separated: index > 0
-                        groupedList: rowList
+                ColumnLayout {
+                    Layout.fillWidth: true
+                    visible: card.tasks.length > 0
+                    spacing: 0
+                    Repeater {
+                        model: card.tasks
+                        delegate: TaskRow {
+                            required property var modelData
+                            required property int index
+                            Layout.fillWidth: true
+                            task: modelData
+                            removable: false
+                            separated: index > 0
+                            groupedList: rowList
+                        }
                     }
                 }
                 Label {

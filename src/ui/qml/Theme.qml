@@ -26,8 +26,8 @@ QtObject {
     readonly property int pagePadding: 28
     readonly property int spacing: 12
 
-    readonly property real titleSize: 22
-    readonly property real headingSize: 14
-    readonly property real bodySize: 11
-    readonly property real captionSize: 9.5
+    readonly property real titleSize: 20
+    readonly property real headingSize: 12.5
+    readonly property real bodySize: 10
+    readonly property real captionSize: 8.5
 }
