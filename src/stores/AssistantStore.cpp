@@ -53,23 +53,28 @@ QList<MemoryItem> AssistantStore::memoriesFor(const QString &project) const
     return found;
 }
 
+// A refresh forgets the failure before it, so a page shows only what is wrong now.
 void AssistantStore::refreshTasks()
 {
+    setLoadError({});
     fetchList(&Backend::tasks, &AssistantStore::setTasks);
 }
 
 void AssistantStore::refreshReminders()
 {
+    setLoadError({});
     fetchList(&Backend::reminders, &AssistantStore::setReminders);
 }
 
 void AssistantStore::refreshMemories()
 {
+    setLoadError({});
     fetchList(&Backend::memories, &AssistantStore::setMemories);
 }
 
 void AssistantStore::refreshProjects()
 {
+    setLoadError({});
     fetchAll();
 }
 
