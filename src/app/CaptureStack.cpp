@@ -24,11 +24,10 @@
 #include "stores/HistoryStore.h"
 #include "stores/SettingsStore.h"
 
-
 struct CaptureStack::Components
 {
     Components(PlatformServices platform, AppModel &model, SessionBackend &backend, Clock &clock,
-          Scheduler &scheduler, StatusShell &shell)
+               Scheduler &scheduler, StatusShell &shell)
         : model(model), recorder([] { return SettingsStore::shared().current().micUID; }),
           recorderAdapter(recorder), hotkey(platform.keySource, clock, scheduler),
           history(HistoryStore::shared()),

@@ -92,9 +92,8 @@ void ConnectionsModel::setApps(QList<AppConnection> linked)
     // The backend's apps as it lists them, then the offered ones it does not list.
     QList<AppConnection> apps = linked;
     for (const AppConnection &offered : offeredApps()) {
-        const bool listed = std::any_of(linked.cbegin(), linked.cend(), [&](const auto &app) {
-            return app.slug == offered.slug;
-        });
+        const bool listed = std::any_of(linked.cbegin(), linked.cend(),
+                                        [&](const auto &app) { return app.slug == offered.slug; });
         if (!listed)
             apps.append(offered);
     }

@@ -26,8 +26,7 @@ class MainWindowState : public QObject
     Q_PROPERTY(QString backendCommand READ backendCommand CONSTANT)
     // The key that acts as fn, an X keysym name of fnKeyChoices; the application applies it.
     Q_PROPERTY(QString fnKey READ fnKey WRITE setFnKey NOTIFY fnKeyChanged)
-    Q_PROPERTY(QStringList fnKeyChoices READ fnKeyChoices WRITE setFnKeyChoices NOTIFY
-                   fnKeyChanged)
+    Q_PROPERTY(QStringList fnKeyChoices READ fnKeyChoices WRITE setFnKeyChoices NOTIFY fnKeyChanged)
 public:
     static MainWindowState &shared();
     static MainWindowState *create(QQmlEngine *, QJSEngine *);

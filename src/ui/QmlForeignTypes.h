@@ -13,7 +13,6 @@
 
 #include <QtQml/qqml.h>
 
-
 struct AuthStoreForeign
 {
     Q_GADGET
@@ -21,7 +20,10 @@ struct AuthStoreForeign
     QML_NAMED_ELEMENT(AuthStore)
     QML_SINGLETON
 public:
-    static AuthStore *create(QQmlEngine *, QJSEngine *) { return QmlStores::singleton<AuthStore>(); }
+    static AuthStore *create(QQmlEngine *, QJSEngine *)
+    {
+        return QmlStores::singleton<AuthStore>();
+    }
 };
 
 struct HistoryStoreForeign

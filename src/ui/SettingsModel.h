@@ -18,8 +18,8 @@ class SettingsModel : public QObject
     QML_ELEMENT
     QML_SINGLETON
     Q_PROPERTY(bool cleanupEnabled READ cleanupEnabled WRITE setCleanupEnabled NOTIFY changed)
-    Q_PROPERTY(bool pasteAutomatically READ pasteAutomatically WRITE setPasteAutomatically
-                   NOTIFY changed)
+    Q_PROPERTY(
+        bool pasteAutomatically READ pasteAutomatically WRITE setPasteAutomatically NOTIFY changed)
     // "system", "light" or "dark".
     Q_PROPERTY(QString theme READ theme WRITE setTheme NOTIFY changed)
     Q_PROPERTY(QString micUID READ micUID WRITE setMicUID NOTIFY changed)

@@ -9,9 +9,9 @@
 #include <QQuickWindow>
 #include <QTest>
 
-#define VERIFY_TEXT(root, text)                                                                \
-    QVERIFY2(MainWindowFixture::findText(root, text),                                         \
-             qPrintable(QStringLiteral("missing \"%1\" among:\n").arg(text) +                 \
+#define VERIFY_TEXT(root, text)                                                                    \
+    QVERIFY2(MainWindowFixture::findText(root, text),                                              \
+             qPrintable(QStringLiteral("missing \"%1\" among:\n").arg(text) +                      \
                         MainWindowFixture::visibleTexts(root).join('\n')))
 
 class TestMainWindow : public QObject
@@ -29,8 +29,8 @@ private Q_SLOTS:
         m_rig.health.reachable = false;
         m_rig.model->refreshPermissions();
         QTRY_VERIFY(MainWindowFixture::findText(root, "Backend offline"));
-        for (const char *text : {"Ovrin", "Voice assistant", "Voice", "Workspace", "System",
-                                    "Ready"})
+        for (const char *text :
+             {"Ovrin", "Voice assistant", "Voice", "Workspace", "System", "Ready"})
             VERIFY_TEXT(root, text);
         for (const SidebarNavSection &section : SidebarNavigation::sections()) {
             for (const SidebarNavItem &item : section.items)
@@ -83,8 +83,8 @@ private Q_SLOTS:
         QQuickItem *root = m_rig.window()->contentItem();
         QQuickItem *meetings = MainWindowFixture::findItem(root, "nav-5");
         QVERIFY(meetings);
-        const QPointF centre = meetings->mapToScene(
-            QPointF(meetings->width() / 2, meetings->height() / 2));
+        const QPointF centre =
+            meetings->mapToScene(QPointF(meetings->width() / 2, meetings->height() / 2));
         QTest::mouseClick(m_rig.window(), Qt::LeftButton, {}, centre.toPoint());
         QTRY_COMPARE(m_rig.model->selectedTab(), int(SidebarNavigation::meetings));
 
@@ -105,9 +105,9 @@ private Q_SLOTS:
             for (int id = 0; id < 12; ++id) {
                 QVERIFY2(m_rig.showPage(id), qPrintable(SidebarNavigation::pageIdentity(id)));
                 QTest::qWait(150);
-                m_rig.saveScreenshot(QStringLiteral("page-%1-%2")
-                                         .arg(SidebarNavigation::pageIdentity(id),
-                                              appThemeName(theme)));
+                m_rig.saveScreenshot(
+                    QStringLiteral("page-%1-%2")
+                        .arg(SidebarNavigation::pageIdentity(id), appThemeName(theme)));
             }
         }
         ThemeStore::shared().setPreference(AppTheme::system);

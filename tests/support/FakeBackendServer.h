@@ -30,7 +30,8 @@ public:
     QUrl baseURL() const;
 
     // The reply of every request to the route that finds no queued reply. `path` starts
-    // with '/'; with a query it matches only that exact query, and wins over the bare path. The reference stays valid for the server's lifetime.
+    // with '/'; with a query it matches only that exact query, and wins over the bare path. The
+    // reference stays valid for the server's lifetime.
     FakeReply &on(const QByteArray &method, const QString &path);
     // A reply for one request only; several are used in the order they were queued. The
     // reference is valid until a request uses it.

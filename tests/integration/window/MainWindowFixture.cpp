@@ -13,23 +13,29 @@
 
 namespace {
 
-QJsonObject entry(const QString &id, const QString &date, const QString &kind,
-                  const QString &text)
+QJsonObject entry(const QString &id, const QString &date, const QString &kind, const QString &text)
 {
     return {{"id", id}, {"date", date}, {"kind", kind}, {"text", text}};
 }
 
 QJsonObject task(const QString &id, const QString &title, const QJsonValue &project, bool done)
 {
-    return {{"id", id},       {"title", title},
-            {"project", project}, {"done", done},
-            {"date", "2026-11-20T09:00:00Z"}, {"description", ""}};
+    return {{"id", id},
+            {"title", title},
+            {"project", project},
+            {"done", done},
+            {"date", "2026-11-20T09:00:00Z"},
+            {"description", ""}};
 }
 
 QJsonObject memory(const QString &id, const QString &text, const QJsonArray &projects)
 {
-    return {{"id", id},         {"text", text},     {"category", "fact"},
-            {"tier", "long"},   {"source", "chat"}, {"projects", projects},
+    return {{"id", id},
+            {"text", text},
+            {"category", "fact"},
+            {"tier", "long"},
+            {"source", "chat"},
+            {"projects", projects},
             {"date", "2026-11-19T08:00:00Z"}};
 }
 
@@ -77,42 +83,41 @@ void MainWindowFixture::scriptBackend()
     server.on("GET", "/health").json({{"ok", true}});
 
     server.on("GET", "/history?scope=transcripts")
-        .json({{"entries",
-                QJsonArray{entry("t3", "2026-11-21T16:42:00Z", "dictation",
-                                 "Let's move the design review to Thursday afternoon."),
-                           entry("t2", "2026-11-21T10:05:00Z", "dictation",
-                                 "Thanks for the quick turnaround on the invoice."),
-                           entry("t1", "2026-11-20T08:30:00Z", "dictation",
-                                 "Remember to water the plants before leaving.")}}});
+        .json({{"entries", QJsonArray{entry("t3", "2026-11-21T16:42:00Z", "dictation",
+                                            "Let's move the design review to Thursday afternoon."),
+                                      entry("t2", "2026-11-21T10:05:00Z", "dictation",
+                                            "Thanks for the quick turnaround on the invoice."),
+                                      entry("t1", "2026-11-20T08:30:00Z", "dictation",
+                                            "Remember to water the plants before leaving.")}}});
     server.on("GET", "/history?scope=chat")
-        .json({{"entries",
-                QJsonArray{entry("c2", "2026-11-21T12:01:00Z", "answer",
-                                 "The capital of Australia is Canberra."),
-                           entry("c1", "2026-11-21T12:00:00Z", "question",
-                                 "What is the capital of Australia?")}}});
+        .json({{"entries", QJsonArray{entry("c2", "2026-11-21T12:01:00Z", "answer",
+                                            "The capital of Australia is Canberra."),
+                                      entry("c1", "2026-11-21T12:00:00Z", "question",
+                                            "What is the capital of Australia?")}}});
     server.on("DELETE", "/history").json({{"ok", true}});
 
     server.on("GET", "/dictionary")
-        .json({{"terms", QJsonArray{QJsonObject{{"id", "d1"},
-                                                {"term", "Kubernetes"},
-                                                {"variants", QJsonArray{"cooper netties"}}},
-                                    QJsonObject{{"id", "d2"},
-                                                {"term", "Siobhan"},
-                                                {"variants", QJsonArray{"shivawn", "chevonne"}}}}}});
+        .json(
+            {{"terms", QJsonArray{QJsonObject{{"id", "d1"},
+                                              {"term", "Kubernetes"},
+                                              {"variants", QJsonArray{"cooper netties"}}},
+                                  QJsonObject{{"id", "d2"},
+                                              {"term", "Siobhan"},
+                                              {"variants", QJsonArray{"shivawn", "chevonne"}}}}}});
     server.on("GET", "/meetings")
         .json({{"meetings",
                 QJsonArray{
-                    QJsonObject{{"id", "m1"},
-                                {"title", "Weekly product sync"},
-                                {"transcript", "We agreed to ship the beta on Friday."},
-                                {"segments",
-                                 QJsonArray{QJsonObject{{"speaker", "Speaker 1"},
-                                                        {"text", "Shall we ship on Friday?"}},
-                                            QJsonObject{{"speaker", "Speaker 2"},
-                                                        {"text", "Yes, the beta is ready."}}}},
-                                {"notes", "- Beta ships Friday\n- Ada writes the release notes"},
-                                {"durationSec", 1860},
-                                {"date", "2026-11-21T15:00:00Z"}},
+                    QJsonObject{
+                        {"id", "m1"},
+                        {"title", "Weekly product sync"},
+                        {"transcript", "We agreed to ship the beta on Friday."},
+                        {"segments", QJsonArray{QJsonObject{{"speaker", "Speaker 1"},
+                                                            {"text", "Shall we ship on Friday?"}},
+                                                QJsonObject{{"speaker", "Speaker 2"},
+                                                            {"text", "Yes, the beta is ready."}}}},
+                        {"notes", "- Beta ships Friday\n- Ada writes the release notes"},
+                        {"durationSec", 1860},
+                        {"date", "2026-11-21T15:00:00Z"}},
                     QJsonObject{{"id", "m2"},
                                 {"title", "Quick call"},
                                 {"transcript", ""},
@@ -131,19 +136,17 @@ void MainWindowFixture::scriptBackend()
                                                     {"date", "2026-11-20T09:00:00Z"},
                                                     {"description", ""}}}}});
     server.on("GET", "/memories")
-        .json({{"memories",
-                QJsonArray{memory("e1", "Prefers meetings after 10 am.", {}),
-                           memory("e2", "The site launches in December.", {"p1"})}}});
+        .json({{"memories", QJsonArray{memory("e1", "Prefers meetings after 10 am.", {}),
+                                       memory("e2", "The site launches in December.", {"p1"})}}});
     server.on("GET", "/projects")
-        .json({{"projects",
-                QJsonArray{QJsonObject{{"id", "p1"},
-                                       {"name", "Website relaunch"},
-                                       {"aliases", QJsonArray{"site"}},
-                                       {"summary", "The new marketing site."}},
-                           QJsonObject{{"id", "p2"},
-                                       {"name", "Garden"},
-                                       {"aliases", QJsonArray{}},
-                                       {"summary", ""}}}}});
+        .json({{"projects", QJsonArray{QJsonObject{{"id", "p1"},
+                                                   {"name", "Website relaunch"},
+                                                   {"aliases", QJsonArray{"site"}},
+                                                   {"summary", "The new marketing site."}},
+                                       QJsonObject{{"id", "p2"},
+                                                   {"name", "Garden"},
+                                                   {"aliases", QJsonArray{}},
+                                                   {"summary", ""}}}}});
     server.on("GET", "/connections")
         .json({{"apps", QJsonArray{QJsonObject{
                             {"slug", "calendar"}, {"label", "Calendar"}, {"connected", true}}}}});
