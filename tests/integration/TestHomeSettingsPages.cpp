@@ -14,11 +14,6 @@
 #include <QQuickWindow>
 #include <QTest>
 
-#define VERIFY_TEXT(root, text)                                                                    \
-    QVERIFY2(MainWindowFixture::findText(root, text),                                              \
-             qPrintable(QStringLiteral("missing \"%1\" among:\n").arg(text) +                      \
-                        MainWindowFixture::visibleTexts(root).join('\n')))
-
 namespace {
 
 enum Page { home = 0, settings = 1, console = 3, connections = 11 };

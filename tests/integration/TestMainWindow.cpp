@@ -9,11 +9,6 @@
 #include <QQuickWindow>
 #include <QTest>
 
-#define VERIFY_TEXT(root, text)                                                                    \
-    QVERIFY2(MainWindowFixture::findText(root, text),                                              \
-             qPrintable(QStringLiteral("missing \"%1\" among:\n").arg(text) +                      \
-                        MainWindowFixture::visibleTexts(root).join('\n')))
-
 class TestMainWindow : public QObject
 {
     Q_OBJECT

@@ -12,11 +12,6 @@
 
 #include <optional>
 
-#define VERIFY_TEXT(root, text)                                                                    \
-    QVERIFY2(MainWindowFixture::findText(root, text),                                              \
-             qPrintable(QStringLiteral("missing \"%1\" among:\n").arg(text) +                      \
-                        MainWindowFixture::visibleTexts(root).join('\n')))
-
 namespace {
 
 enum Page { tasks = 6, reminders = 7, memory = 8, projects = 9 };

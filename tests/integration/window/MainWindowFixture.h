@@ -26,6 +26,12 @@
 class QQuickItem;
 class QQuickWindow;
 
+// Fails with every visible text listed when `text` is not on show under `root`.
+#define VERIFY_TEXT(root, text)                                                                    \
+    QVERIFY2(MainWindowFixture::findText(root, text),                                              \
+             qPrintable(QStringLiteral("missing \"%1\" among:\n").arg(text) +                      \
+                        MainWindowFixture::visibleTexts(root).join('\n')))
+
 // The main window on the test desktop, signed in, with every store on a fake backend
 // that holds a little of everything, and the application model on fake permissions.
 class MainWindowFixture
