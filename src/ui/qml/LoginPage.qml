@@ -7,6 +7,9 @@ import Ovrin.Ui
 Pane {
     id: page
     property bool registering: false
+    background: Rectangle {
+        color: Theme.window
+    }
 
     LoginController {
         id: login
@@ -35,8 +38,9 @@ Pane {
         Label {
             Layout.alignment: Qt.AlignHCenter
             text: page.registering ? "Create your Ovrin account" : "Sign in to Ovrin"
-            font.pointSize: 18
-            font.bold: true
+            font.pointSize: Theme.titleSize
+            font.weight: Font.DemiBold
+            color: Theme.text
         }
         TextField {
             id: nameField
@@ -67,14 +71,14 @@ Pane {
             Layout.fillWidth: true
             visible: text !== ""
             wrapMode: Text.WordWrap
-            color: "#d93025"
+            color: Theme.danger
             text: login.errorText !== "" ? login.errorText : MainWindowState.signInError
         }
-        Button {
+        AccentButton {
             objectName: "submitButton"
             Layout.fillWidth: true
+            implicitHeight: 32
             text: page.registering ? "Create account" : "Sign in"
-            highlighted: true
             enabled: !login.busy
             onClicked: page.submit()
         }
@@ -89,6 +93,7 @@ Pane {
             Layout.alignment: Qt.AlignHCenter
             flat: true
             text: page.registering ? "I already have an account" : "Create an account"
+            palette.buttonText: Theme.accent
             onClicked: page.registering = !page.registering
         }
         BusyIndicator {
