@@ -28,6 +28,7 @@ test=(
   trayer sox flite
   python3-gi gir1.2-gtk-3.0
   wrk
+  dpkg-dev desktop-file-utils appstream
 )
 
 want=("${build[@]}" "${run[@]}")
