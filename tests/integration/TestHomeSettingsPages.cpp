@@ -310,6 +310,9 @@ private Q_SLOTS:
                                     return request.method == "DELETE" &&
                                            request.path == "/connections/calendar";
                                 }));
+        // The list read again after the disconnect, before the next reply is scripted.
+        QTRY_COMPARE(m_rig.server.lastRequest().method, QByteArray("GET"));
+        QCOMPARE(m_rig.server.lastRequest().path, QStringLiteral("/connections"));
 
         // A failing backend shows in the page's banner.
         m_rig.server.once("GET", "/connections").status(500).json({{"error", "store offline"}});
