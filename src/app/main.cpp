@@ -58,7 +58,7 @@ void followFnKeyChoice(X11KeySource &keySource, X11KeyboardMap &keyboardMap, App
         [&window, &keySource, &keyboardMap, &model, applied = window.fnKey()]() mutable {
             const QString key = window.fnKey();
             if (key == applied)
-                return; // the list of choices changed, not the choice
+                return; // put back below
             if (!X11KeySource::fnKeyChoices().contains(key)) {
                 window.setFnKey(applied);
                 return;

@@ -78,7 +78,7 @@ void MainWindowState::setFnKeyChoices(const QStringList &choices)
     if (m_fnKeyChoices == choices)
         return;
     m_fnKeyChoices = choices;
-    Q_EMIT fnKeyChanged();
+    Q_EMIT fnKeyChoicesChanged();
 }
 
 QString MainWindowState::fnKeyLabel(const QString &keysym)

@@ -55,6 +55,7 @@ Q_SIGNALS:
     void helpTopicChanged();
     void updateInfoChanged();
     void fnKeyChanged();
+    void fnKeyChoicesChanged();
     // From the window's menu.
     void quitRequested();
     // The Meetings page's record button: start, or stop and upload.
