@@ -25,7 +25,7 @@ test=(
   xvfb x11-utils xdotool
   at-spi2-core gnome-keyring
   pulseaudio pulseaudio-utils
-  trayer sox flite
+  trayer xcompmgr sox flite
   python3-gi gir1.2-gtk-3.0
   wrk
   dpkg-dev desktop-file-utils appstream

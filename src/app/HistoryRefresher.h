@@ -1,6 +1,6 @@
 #pragma once
 
-// Asks the history store to reload a list when it is stale (never forced).
+// Asks the history store to reload a list that just changed on the backend.
 class HistoryRefresher
 {
 public:

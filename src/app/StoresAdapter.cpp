@@ -9,14 +9,16 @@ bool StoresAdapter::isSignedIn() const
     return m_auth.signedIn() && !m_auth.token().isEmpty();
 }
 
+// Called right after the backend's list gained an entry: the cached copy is out of date
+// whatever its age, so a second dictation within the refresh interval still shows up.
 void StoresAdapter::refreshTranscripts()
 {
-    m_history.refresh({HistoryScope::transcripts});
+    m_history.refresh({HistoryScope::transcripts}, true);
 }
 
 void StoresAdapter::refreshChat()
 {
-    m_history.refresh({HistoryScope::chat});
+    m_history.refresh({HistoryScope::chat}, true);
 }
 
 Settings StoresAdapter::current() const

@@ -72,6 +72,8 @@ Item {
 
                 Text {
                     text: qsTr("Add to dictionary?")
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
                     color: "white"
                     opacity: 0.55
                     font.pixelSize: 11
@@ -79,6 +81,8 @@ Item {
                 }
                 Text {
                     objectName: "correctedText"
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
                     width: parent.width
                     text: banner.corrected
                     color: "white"
@@ -91,6 +95,9 @@ Item {
             Rectangle {
                 id: addButton
                 objectName: "addButton"
+                Accessible.role: Accessible.Button
+                Accessible.name: addLabel.text
+                Accessible.onPressAction: banner.add()
                 anchors.verticalCenter: parent.verticalCenter
                 width: addLabel.implicitWidth + 24
                 height: 26
@@ -117,6 +124,9 @@ Item {
             Rectangle {
                 id: closeButton
                 objectName: "closeButton"
+                Accessible.role: Accessible.Button
+                Accessible.name: qsTr("Close")
+                Accessible.onPressAction: banner.dismiss()
                 anchors.verticalCenter: parent.verticalCenter
                 width: 22
                 height: 22

@@ -67,6 +67,8 @@ Rectangle {
         Text {
             id: title
             objectName: "pillTitle"
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
             anchors.verticalCenter: parent.verticalCenter
             width: parent.width - badge.width - indicator.width - 2 * parent.spacing
             text: pill.titles[pill.captureMode] || pill.titles["paste"]

@@ -66,6 +66,8 @@ Rectangle {
         }
         Text {
             objectName: "cardTitle"
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
             anchors.verticalCenter: parent.verticalCenter
             width: header.width - x - buttons.width - 8
             text: card.hudState.showingHistory ? "Back to answer" : (card.isError ? "Something went wrong" : "Ovrin")
@@ -136,6 +138,8 @@ Rectangle {
                 width: parent.width
                 visible: card.hudState.question !== ""
                 text: card.hudState.question
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
                 color: Qt.rgba(1, 1, 1, 0.6)
                 font.pointSize: 12.5
                 wrapMode: Text.Wrap
@@ -143,6 +147,9 @@ Rectangle {
             Text {
                 id: answer
                 objectName: "answerText"
+                // Screen readers follow the answer as it streams in.
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
                 width: parent.width
                 text: card.displayText
                 color: "white"

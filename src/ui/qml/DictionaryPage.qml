@@ -40,6 +40,7 @@ PageScaffold {
                 Layout.fillWidth: true
                 Layout.maximumWidth: 420
                 placeholderText: "Add a name or term…"
+                Accessible.name: placeholderText
                 onAccepted: page.addTerm()
             }
             Button {

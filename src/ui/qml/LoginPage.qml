@@ -48,12 +48,14 @@ Pane {
             Layout.fillWidth: true
             visible: page.registering
             placeholderText: "Name (optional)"
+            Accessible.name: placeholderText
         }
         TextField {
             id: emailField
             objectName: "emailField"
             Layout.fillWidth: true
             placeholderText: "Email"
+            Accessible.name: placeholderText
             inputMethodHints: Qt.ImhEmailCharactersOnly | Qt.ImhNoAutoUppercase
             focus: true
             onAccepted: passwordField.forceActiveFocus()
@@ -63,6 +65,7 @@ Pane {
             objectName: "passwordField"
             Layout.fillWidth: true
             placeholderText: "Password"
+            Accessible.name: placeholderText
             echoMode: TextInput.Password
             onAccepted: page.submit()
         }

@@ -11,6 +11,9 @@ TextEdit {
     color: Theme.text
     selectionColor: Theme.accent
     selectedTextColor: Theme.accentText
+    // Read as plain text by screen readers, like a label.
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
     onActiveFocusChanged: if (!activeFocus) deselect()
 
     // Puts the whole text on the clipboard without disturbing what the user selected.
