@@ -6,12 +6,16 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 idle=${1:-60}
-app=build/bin/ovrin
+app=${OVRIN_BUILD_DIR:-build}/bin/ovrin
 [ -x "$app" ] || { echo "build it first: scripts/build.sh"; exit 1; }
 
+# Only a session started here is stopped and removed here.
+own_session=
 if [ -z "${DISPLAY:-}" ]; then
+    unset CI_ROOT
     source scripts/ci_env.sh
     ci_start >/dev/null
+    own_session=1
     trap 'ci_stop >/dev/null 2>&1; rm -rf "$CI_ROOT"' EXIT
 fi
 
@@ -21,7 +25,7 @@ start=$(date +%s%N)
 OVRIN_LAUNCHER=run.sh "$app" 2>"$work/log" &
 pid=$!
 cleanup_app() { kill "$pid" 2>/dev/null; wait "$pid" 2>/dev/null; rm -rf "$work"; }
-trap 'cleanup_app; [ -n "${CI_ROOT:-}" ] && { ci_stop >/dev/null 2>&1; rm -rf "$CI_ROOT"; }' EXIT
+trap 'cleanup_app; [ -n "$own_session" ] && { ci_stop >/dev/null 2>&1; rm -rf "$CI_ROOT"; }' EXIT
 until grep -q 'Launched\.' "$work/log" 2>/dev/null; do
     kill -0 "$pid" 2>/dev/null || { echo "ovrin exited:"; cat "$work/log"; exit 1; }
     [ $(( ($(date +%s%N) - start) / 1000000000 )) -lt 30 ] || { echo "no launch in 30 s"; exit 1; }

@@ -26,7 +26,7 @@ test=(
   at-spi2-core gnome-keyring
   pulseaudio pulseaudio-utils
   trayer xcompmgr sox flite
-  python3-gi gir1.2-gtk-3.0
+  python3 python3-gi gir1.2-gtk-3.0
   wrk
   dpkg-dev desktop-file-utils appstream
 )
