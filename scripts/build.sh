@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
 # Configures once and builds with ninja (ccache when present). Usage: scripts/build.sh [TARGET...]
+# OVRIN_BUILD_DIR picks another build directory; OVRIN_CMAKE_ARGS adds configure options.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-if [ ! -f build/build.ninja ]; then
-    cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+dir=${OVRIN_BUILD_DIR:-build}
+if [ ! -f "$dir/build.ninja" ]; then
+    # shellcheck disable=SC2086 # the options are words
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo ${OVRIN_CMAKE_ARGS:-}
 fi
-ninja -C build "$@"
+ninja -C "$dir" "$@"

@@ -29,6 +29,7 @@ test=(
   python3 python3-gi gir1.2-gtk-3.0
   wrk
   dpkg-dev desktop-file-utils appstream
+  clang-14 libclang-rt-14-dev
 )
 
 want=("${build[@]}" "${run[@]}")

@@ -56,6 +56,13 @@ MeetingService::MeetingService(Database &database, MeetingProcessor &processor,
         };
     fs::create_directories(fs::path(m_dataDirectory) / "uploads");
     fs::create_directories(fs::path(m_dataDirectory) / "recordings");
+    // Parts of uploads a killed server was receiving: nothing can finish them now.
+    std::error_code ignored;
+    for (const auto &file :
+         fs::directory_iterator(fs::path(m_dataDirectory) / "uploads", ignored)) {
+        if (file.path().extension() == ".part")
+            fs::remove(file.path(), ignored);
+    }
 }
 
 std::string MeetingService::signature(const std::string &key, long long expires) const

@@ -267,8 +267,12 @@ void ServerApp::addMeetingRoutes()
                 return bool(out);
             });
             out.close();
-            if (!out)
+            if (!out) {
+                // A part left behind would hold the space the disk lacks.
+                std::error_code ignored;
+                std::filesystem::remove(path + ".part", ignored);
                 throw HttpError(507, "The server could not store the recording (disk full?).");
+            }
             std::filesystem::rename(path + ".part", path);
             RequestBody::send(response, 200, json::object());
         } catch (const HttpError &error) {

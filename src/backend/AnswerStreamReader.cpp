@@ -11,11 +11,14 @@ AnswerStreamReader::AnswerStreamReader(int status, DeltaHandler onDelta, ActionH
 
 void AnswerStreamReader::feed(const QByteArray &bytes)
 {
+    // What was pending holds no line break: only the new bytes are searched, so a long
+    // line arriving in many reads is not scanned over and over.
+    const qsizetype searched = m_pending.size();
     m_pending.append(bytes);
     const char *data = m_pending.constData();
     const qsizetype size = m_pending.size();
     qsizetype lineStart = 0;
-    for (qsizetype i = 0; i < size; ++i) {
+    for (qsizetype i = searched; i < size; ++i) {
         if (data[i] != '\n' && data[i] != '\r')
             continue;
         const qsizetype start = lineStart;

@@ -127,17 +127,23 @@ void Backend::ensureOK(const BackendResponse &response)
         throw BackendError::badResponse();
     if (response.status >= 200 && response.status <= 299)
         return;
+    // The message is shown to the user: a huge error page must not become a huge text.
+    constexpr qsizetype maxMessage = 1000;
     QString message;
     const QJsonDocument document = QJsonDocument::fromJson(response.body);
     const QJsonValue error = document.object().value(QLatin1String("error"));
     if (document.isObject() && error.isString()) {
         message = error.toString();
     } else {
+        // A character cut at the end of the slice stays in the decoder, not an error.
         QStringDecoder utf8(QStringDecoder::Utf8);
-        message = utf8.decode(response.body);
+        message = utf8.decode(
+            QByteArrayView(response.body).first(qMin(response.body.size(), 4 * (maxMessage + 1))));
         if (utf8.hasError())
             message.clear();
     }
+    if (message.size() > maxMessage)
+        message = message.first(maxMessage) + QChar(0x2026);
     throw BackendError::http(response.status, message);
 }
 

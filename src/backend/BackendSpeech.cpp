@@ -104,14 +104,19 @@ QCoro::Task<QString> Backend::streamAnswer(BackendRequest request, DeltaHandler 
     }
 
     // Lines are handled as they arrive, so the caller shows deltas while the
-    // backend is still writing.
+    // backend is still writing. A fast stream is read in slices with the event loop
+    // running between them: a whole buffer of deltas would hold the window still.
+    constexpr qint64 slice = 16 * 1024;
     AnswerStreamReader reader(code, std::move(onDelta), std::move(onAction));
     for (;;) {
         if (reply->bytesAvailable() > 0)
-            reader.feed(reply->readAll());
-        if (reply->isFinished())
+            reader.feed(reply->read(slice));
+        if (reply->bytesAvailable() > 0)
+            co_await waiter.afterEvents();
+        else if (reply->isFinished())
             break;
-        co_await waiter.next();
+        else
+            co_await waiter.next();
     }
     if (isTransportFailure(*reply))
         throw BackendError::notReachable(m_baseURL);

@@ -24,6 +24,12 @@ public:
     };
     // co_await it while the reply is not finished.
     Awaiter next() { return Awaiter{this}; }
+    // co_await it to let the event loop run once, e.g. between slices of a long read.
+    Awaiter afterEvents()
+    {
+        progressed();
+        return Awaiter{this};
+    }
 
 private:
     void progressed();

@@ -3,10 +3,14 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <utility>
+
 namespace {
 
 // Longer request heads are refused rather than buffered without end.
 constexpr qsizetype maxHeadSize = 64 * 1024;
+// Generated bodies wait while the socket holds this much unsent.
+constexpr qint64 maxUnsent = 1024 * 1024;
 
 } // namespace
 
@@ -16,6 +20,10 @@ FakeConnection::FakeConnection(QTcpSocket *socket, Dispatch dispatch, QObject *p
     socket->setParent(this);
     QObject::connect(socket, &QTcpSocket::readyRead, this, &FakeConnection::readInput);
     QObject::connect(socket, &QTcpSocket::disconnected, this, &QObject::deleteLater);
+    QObject::connect(socket, &QTcpSocket::bytesWritten, this, [this] {
+        if (std::exchange(m_draining, false))
+            advance();
+    });
     readInput();
 }
 
@@ -172,6 +180,12 @@ void FakeConnection::advance()
     const QList<FakeReply::Step> &steps = reply.steps();
     while (m_step < steps.size()) {
         const FakeReply::Step &step = steps[m_step];
+        if (step.kind == FakeReply::Step::Kind::generate) {
+            if (!generate(step, chunked))
+                return;
+            ++m_step;
+            continue;
+        }
         if (step.delayMs > 0 && !m_delayed) {
             m_delayed = true;
             QTimer::singleShot(step.delayMs, this, &FakeConnection::advance);
@@ -182,16 +196,14 @@ void FakeConnection::advance()
         switch (step.kind) {
         case FakeReply::Step::Kind::write:
             // An empty chunk would end a chunked body.
-            if (chunked && !step.bytes.isEmpty())
-                m_socket->write(QByteArray::number(step.bytes.size(), 16) + "\r\n" + step.bytes +
-                                "\r\n");
-            else if (!chunked)
-                m_socket->write(step.bytes);
+            writeBody(step.bytes, chunked);
             break;
         case FakeReply::Step::Kind::hold:
             m_held = true;
             Q_EMIT held();
             return;
+        case FakeReply::Step::Kind::generate:
+            break;
         case FakeReply::Step::Kind::drop:
             // Written bytes still go out before the close.
             m_input = Input::closed;
@@ -207,4 +219,26 @@ void FakeConnection::advance()
         m_socket->disconnectFromHost();
     else
         playNext();
+}
+
+bool FakeConnection::generate(const FakeReply::Step &step, bool chunked)
+{
+    while (m_piece < step.count) {
+        if (m_socket->bytesToWrite() >= maxUnsent) {
+            m_draining = true;
+            return false;
+        }
+        writeBody(step.piece(m_piece++), chunked);
+    }
+    m_piece = 0;
+    return true;
+}
+
+void FakeConnection::writeBody(const QByteArray &bytes, bool chunked)
+{
+    // An empty chunk would end a chunked body.
+    if (chunked && !bytes.isEmpty())
+        m_socket->write(QByteArray::number(bytes.size(), 16) + "\r\n" + bytes + "\r\n");
+    else if (!chunked)
+        m_socket->write(bytes);
 }

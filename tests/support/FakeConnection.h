@@ -45,6 +45,9 @@ private:
     void fail(const char *why);
     void playNext();
     void advance();
+    // Writes generated pieces until the socket holds enough; true once all are written.
+    bool generate(const FakeReply::Step &step, bool chunked);
+    void writeBody(const QByteArray &bytes, bool chunked);
 
     QTcpSocket *m_socket;
     Dispatch m_dispatch;
@@ -60,4 +63,6 @@ private:
     qsizetype m_step = 0;
     bool m_delayed = false;
     bool m_held = false;
+    qint64 m_piece = 0;
+    bool m_draining = false;
 };

@@ -34,13 +34,20 @@ FakeReply &FakeReply::jsonArray(const QJsonArray &array)
     return body(QJsonDocument(array).toJson(QJsonDocument::Compact), "application/json");
 }
 
-FakeReply &FakeReply::chunk(const QByteArray &bytes, int delayMs)
+void FakeReply::useChunks()
 {
     if (m_framing != Framing::chunked) {
         // A body set earlier would be sent with the wrong framing.
         m_framing = Framing::chunked;
-        m_steps.removeIf([](const Step &step) { return step.kind == Step::Kind::write; });
+        m_steps.removeIf([](const Step &step) {
+            return step.kind == Step::Kind::write || step.kind == Step::Kind::generate;
+        });
     }
+}
+
+FakeReply &FakeReply::chunk(const QByteArray &bytes, int delayMs)
+{
+    useChunks();
     m_steps.append(Step{Step::Kind::write, bytes, delayMs});
     return *this;
 }
@@ -69,6 +76,20 @@ FakeReply &FakeReply::truncated(const QByteArray &sent, qint64 announcedLength)
     return drop();
 }
 
+FakeReply &FakeReply::generated(qint64 count, Piece piece, qint64 length)
+{
+    body({});
+    m_steps = {Step{Step::Kind::generate, {}, 0, count, length, std::move(piece)}};
+    return *this;
+}
+
+FakeReply &FakeReply::generatedChunks(qint64 count, Piece piece)
+{
+    useChunks();
+    m_steps.append(Step{Step::Kind::generate, {}, 0, count, 0, std::move(piece)});
+    return *this;
+}
+
 FakeReply &FakeReply::silent()
 {
     m_framing = Framing::silent;
@@ -82,6 +103,6 @@ qint64 FakeReply::contentLength() const
         return *m_announcedLength;
     qint64 length = 0;
     for (const Step &step : m_steps)
-        length += step.bytes.size();
+        length += step.kind == Step::Kind::generate ? step.length : step.bytes.size();
     return length;
 }

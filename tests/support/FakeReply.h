@@ -6,6 +6,7 @@
 #include <QList>
 #include <QPair>
 
+#include <functional>
 #include <optional>
 
 // What the fake backend server answers to one request. Setters chain:
@@ -17,11 +18,16 @@ class FakeReply
 public:
     struct Step
     {
-        enum class Kind { write, hold, drop };
+        enum class Kind { write, hold, drop, generate };
         Kind kind;
         QByteArray bytes;
         int delayMs = 0;
+        // generate: `count` pieces of `length` bytes in all, made one at a time.
+        qint64 count = 0;
+        qint64 length = 0;
+        std::function<QByteArray(qint64 index)> piece = {};
     };
+    using Piece = std::function<QByteArray(qint64 index)>;
     enum class Framing { length, chunked, silent };
 
     FakeReply &status(int code);
@@ -41,6 +47,11 @@ public:
     FakeReply &drop();
     // Announces `announcedLength` bytes of body, sends `sent` and closes the connection.
     FakeReply &truncated(const QByteArray &sent, qint64 announcedLength);
+    // A body of `count` pieces made by `piece` only as the client takes them in, so a large
+    // body is never held whole; `length` is their total size, announced as Content-Length.
+    FakeReply &generated(qint64 count, Piece piece, qint64 length);
+    // The same as chunks of a chunked body, after the chunks before; `count` may be endless.
+    FakeReply &generatedChunks(qint64 count, Piece piece);
     // Reads the request and never answers.
     FakeReply &silent();
 
@@ -52,6 +63,8 @@ public:
     qint64 contentLength() const;
 
 private:
+    void useChunks();
+
     int m_status = 200;
     QList<QPair<QByteArray, QByteArray>> m_headers;
     Framing m_framing = Framing::length;
