@@ -18,7 +18,7 @@ case "${1:-}" in
     export OVRIN_CMAKE_ARGS="-DOVRIN_SANITIZE=ON -DOVRIN_BUILD_BENCH=OFF"
     labels='^(unit|integration|server)$'
     # Leaks in the desktop libraries Qt loads (fontconfig, GLib, D-Bus, Mesa) are theirs.
-    export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:strict_string_checks=1
+    export ASAN_OPTIONS=detect_leaks=1
     export LSAN_OPTIONS=suppressions=$top/tests/sanitizers/lsan.supp:print_suppressions=0
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
     ;;

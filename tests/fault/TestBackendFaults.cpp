@@ -36,7 +36,8 @@ constexpr qint64 pieceSize = 1024 * 1024;
 const QString unexpected = QStringLiteral("Unexpected response from the backend.");
 const QByteArray html = "<!DOCTYPE html><html><body><h1>Bad Gateway</h1></body></html>\n";
 // PNG magic: not UTF-8.
-const QByteArray binary("\x89PNG\r\n\x1a\n\x00\x00\x00\rIHDR\xff\xfe", 20);
+const char binaryBytes[] = "\x89PNG\r\n\x1a\n\x00\x00\x00\rIHDR\xff\xfe";
+const QByteArray binary(binaryBytes, sizeof binaryBytes - 1);
 
 QString unreachable(const QUrl &base)
 {
