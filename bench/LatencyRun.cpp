@@ -4,10 +4,18 @@
 #include "core/Scheduler.h"
 
 #include <QCoreApplication>
+#include <QQuickWindow>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+
+void LatencyRun::useApplicationRenderer()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") &&
+        qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND"))
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
 
 bool LatencyRun::waitUntil(Scheduler &scheduler, const Clock &clock, double seconds,
                            const std::function<bool()> &done)

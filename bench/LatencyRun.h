@@ -13,6 +13,8 @@ class LatencyRun
 {
 public:
     // Runs the event loop until `done` or `seconds` have passed; returns `done()`.
+    // Draws Qt Quick windows with the renderer the application picks (before QApplication).
+    static void useApplicationRenderer();
     static bool waitUntil(Scheduler &scheduler, const Clock &clock, double seconds,
                           const std::function<bool()> &done);
     // Runs the event loop for `seconds`.

@@ -100,10 +100,7 @@ std::optional<std::pair<double, qsizetype>> firstBytes(Scheduler &scheduler, con
 
 int main(int argc, char *argv[])
 {
-    // As the application draws its panels.
-    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") &&
-        qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND"))
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    LatencyRun::useApplicationRenderer();
     QApplication app(argc, argv);
     const int repetitions = argc > 1 ? std::atoi(argv[1]) : 20;
     if (repetitions < 1) {

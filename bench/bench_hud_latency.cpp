@@ -36,9 +36,7 @@ int fail(const char *why)
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") &&
-        qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND"))
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    LatencyRun::useApplicationRenderer();
     QApplication app(argc, argv);
     const int deltas = argc > 1 ? std::atoi(argv[1]) : 40;
     if (deltas < 1) {

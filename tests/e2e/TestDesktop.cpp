@@ -82,16 +82,12 @@ void TestDesktop::click(QPoint at, int button)
 
 void TestDesktop::press(const char *keysym)
 {
-    XTestFakeKeyEvent(m_display, XKeysymToKeycode(m_display, XStringToKeysym(keysym)), True,
-                      CurrentTime);
-    XSync(m_display, False);
+    m_keyboard.press(keysym);
 }
 
 void TestDesktop::release(const char *keysym)
 {
-    XTestFakeKeyEvent(m_display, XKeysymToKeycode(m_display, XStringToKeysym(keysym)), False,
-                      CurrentTime);
-    XSync(m_display, False);
+    m_keyboard.release(keysym);
 }
 
 void TestDesktop::tap(const char *keysym)

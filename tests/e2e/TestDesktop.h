@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/XTestKeyboard.h"
+
 #include <QPoint>
 #include <QSize>
 #include <QString>
@@ -16,7 +18,7 @@ public:
     TestDesktop(const TestDesktop &) = delete;
     TestDesktop &operator=(const TestDesktop &) = delete;
 
-    bool isOpen() const { return m_display != nullptr; }
+    bool isOpen() const { return m_display != nullptr && m_keyboard.isOpen(); }
 
     void click(QPoint at, int button = 1);
     void press(const char *keysym);
@@ -38,5 +40,6 @@ public:
     void saveScreenshot(const QString &name) const;
 
 private:
-    _XDisplay *m_display = nullptr;
+    _XDisplay *m_display = nullptr; // the pointer and window queries
+    XTestKeyboard m_keyboard;
 };
