@@ -17,7 +17,8 @@ case "${1:-}" in
     export OVRIN_BUILD_DIR=build-sanitize
     export OVRIN_CMAKE_ARGS="-DOVRIN_SANITIZE=ON -DOVRIN_BUILD_BENCH=OFF"
     labels='^(unit|integration|server)$'
-    # Leaks in the desktop libraries Qt loads (fontconfig, GLib, D-Bus, Mesa) are theirs.
+    # Leaks in the desktop libraries Qt loads (fontconfig, GLib, D-Bus, Mesa) are theirs;
+    # tests/CMakeLists.txt turns the leak check off for the programs that render Qt Quick.
     export ASAN_OPTIONS=detect_leaks=1
     export LSAN_OPTIONS=suppressions=$top/tests/sanitizers/lsan.supp:print_suppressions=0
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1

@@ -215,7 +215,9 @@ QCoro::Task<int> CommandLineTool::logout(QStringList arguments)
 {
     if (!arguments.isEmpty())
         co_return usageError(QStringLiteral("logout takes no arguments"));
-    if (!co_await m_auth.signOut())
+    // A named local: GCC 12 never destroys a task awaited inside an if condition.
+    const bool forgotten = co_await m_auth.signOut();
+    if (!forgotten)
         co_return failure(
             QStringLiteral("The keyring could not be reached to forget the sign-in."));
     m_out << "Signed out.\n";
@@ -227,7 +229,8 @@ QCoro::Task<int> CommandLineTool::whoami(QStringList arguments)
 {
     if (!arguments.isEmpty())
         co_return usageError(QStringLiteral("whoami takes no arguments"));
-    if (!co_await m_auth.loadStoredToken())
+    const bool signedIn = co_await m_auth.loadStoredToken();
+    if (!signedIn)
         co_return failure(QStringLiteral("Not signed in."));
     try {
         const AuthUser user = co_await m_backend.me();

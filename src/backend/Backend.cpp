@@ -51,7 +51,21 @@ Backend::Backend(QUrl baseURL, const Clock *clock)
     m_network.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
 }
 
-Backend::~Backend() = default;
+Backend::~Backend()
+{
+    // The manager deletes its replies with it, and a coroutine waiting on one would never
+    // resume. Each request ends with an error first, and its waiter hears of it now: the
+    // waiter resumes through a queued call that would otherwise die with the reply.
+    QList<QPointer<QNetworkReply>> replies;
+    for (QNetworkReply *reply : m_network.findChildren<QNetworkReply *>())
+        replies.append(reply);
+    for (const QPointer<QNetworkReply> &reply : std::as_const(replies)) {
+        if (reply)
+            reply->abort();
+        if (reply)
+            QCoreApplication::sendPostedEvents(reply, QEvent::MetaCall);
+    }
+}
 
 bool Backend::isTransportFailure(const QNetworkReply &reply)
 {

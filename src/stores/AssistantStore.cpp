@@ -57,19 +57,19 @@ QList<MemoryItem> AssistantStore::memoriesFor(const QString &project) const
 void AssistantStore::refreshTasks()
 {
     setLoadError({});
-    fetchList(&Backend::tasks, &AssistantStore::setTasks);
+    fetchList(&Backend::tasks);
 }
 
 void AssistantStore::refreshReminders()
 {
     setLoadError({});
-    fetchList(&Backend::reminders, &AssistantStore::setReminders);
+    fetchList(&Backend::reminders);
 }
 
 void AssistantStore::refreshMemories()
 {
     setLoadError({});
-    fetchList(&Backend::memories, &AssistantStore::setMemories);
+    fetchList(&Backend::memories);
 }
 
 void AssistantStore::refreshProjects()
@@ -83,15 +83,21 @@ void AssistantStore::loadProjects()
     fetchProjects();
 }
 
+// Not a coroutine itself: GCC 12 reads a coroutine's pointer-to-member parameters from the
+// wrong stack slot.
 template <class T>
-QCoro::Task<void> AssistantStore::fetchList(QCoro::Task<QList<T>> (Backend::*get)(),
-                                            void (AssistantStore::*set)(QList<T>))
+QCoro::Task<void> AssistantStore::fetchList(QCoro::Task<QList<T>> (Backend::*get)())
+{
+    return receiveList((m_backend.*get)());
+}
+
+template <class T> QCoro::Task<void> AssistantStore::receiveList(QCoro::Task<QList<T>> request)
 {
     QPointer<AssistantStore> self(this);
     try {
-        QList<T> items = co_await (m_backend.*get)();
+        QList<T> items = co_await request;
         if (self)
-            (this->*set)(std::move(items));
+            replace(std::move(items));
     } catch (...) {
         if (self)
             setLoadError(DescribedError::describe(std::current_exception()));
@@ -117,10 +123,10 @@ QCoro::Task<void> AssistantStore::fetchProjects()
 QCoro::Task<void> AssistantStore::fetchAll()
 {
     QPointer<AssistantStore> self(this);
-    co_await fetchList(&Backend::tasks, &AssistantStore::setTasks);
+    co_await fetchList(&Backend::tasks);
     if (!self)
         co_return;
-    co_await fetchList(&Backend::memories, &AssistantStore::setMemories);
+    co_await fetchList(&Backend::memories);
     if (!self)
         co_return;
     co_await fetchProjects();
@@ -137,7 +143,7 @@ void AssistantStore::setTaskDone(QString id, bool done)
         }
     }
     if (changed)
-        setTasks(std::move(tasks));
+        replace(std::move(tasks));
     m_backend.completeTask(id, done);
 }
 
@@ -145,7 +151,7 @@ void AssistantStore::deleteTask(QString id)
 {
     QList<AssistantTask> tasks = m_tasks;
     tasks.removeIf([&](const AssistantTask &task) { return task.id == id; });
-    setTasks(std::move(tasks));
+    replace(std::move(tasks));
     m_backend.deleteTask(id);
 }
 
@@ -153,7 +159,7 @@ void AssistantStore::deleteReminder(QString id)
 {
     QList<Reminder> reminders = m_reminders;
     reminders.removeIf([&](const Reminder &reminder) { return reminder.id == id; });
-    setReminders(std::move(reminders));
+    replace(std::move(reminders));
     m_backend.deleteReminder(id);
 }
 
@@ -161,32 +167,32 @@ void AssistantStore::deleteMemory(QString id)
 {
     QList<MemoryItem> memories = m_memories;
     memories.removeIf([&](const MemoryItem &memory) { return memory.id == id; });
-    setMemories(std::move(memories));
+    replace(std::move(memories));
     m_backend.deleteMemory(id);
 }
 
 void AssistantStore::reset()
 {
-    setTasks({});
-    setReminders({});
-    setMemories({});
+    replace(QList<AssistantTask>());
+    replace(QList<Reminder>());
+    replace(QList<MemoryItem>());
     setProjects({});
     setLoadError({});
 }
 
-void AssistantStore::setTasks(QList<AssistantTask> tasks)
+void AssistantStore::replace(QList<AssistantTask> tasks)
 {
     m_tasks = std::move(tasks);
     m_tasksModel->setRecords(m_tasks);
 }
 
-void AssistantStore::setReminders(QList<Reminder> reminders)
+void AssistantStore::replace(QList<Reminder> reminders)
 {
     m_reminders = std::move(reminders);
     m_remindersModel->setRecords(m_reminders);
 }
 
-void AssistantStore::setMemories(QList<MemoryItem> memories)
+void AssistantStore::replace(QList<MemoryItem> memories)
 {
     m_memories = std::move(memories);
     m_memoriesModel->setRecords(m_memories);

@@ -67,16 +67,15 @@ Q_SIGNALS:
     void loadErrorChanged();
 
 private:
-    // Fetches one list with `get` and hands it to `set`; a failure becomes loadError and
-    // never throws, so refreshProjects goes on after one.
-    template <class T>
-    QCoro::Task<void> fetchList(QCoro::Task<QList<T>> (Backend::*get)(),
-                                void (AssistantStore::*set)(QList<T>));
+    // Fetches one list with `get` and stores it; a failure becomes loadError and never
+    // throws, so refreshProjects goes on after one.
+    template <class T> QCoro::Task<void> fetchList(QCoro::Task<QList<T>> (Backend::*get)());
+    template <class T> QCoro::Task<void> receiveList(QCoro::Task<QList<T>> request);
     QCoro::Task<void> fetchProjects();
     QCoro::Task<void> fetchAll();
-    void setTasks(QList<AssistantTask> tasks);
-    void setReminders(QList<Reminder> reminders);
-    void setMemories(QList<MemoryItem> memories);
+    void replace(QList<AssistantTask> tasks);
+    void replace(QList<Reminder> reminders);
+    void replace(QList<MemoryItem> memories);
     void setProjects(QHash<QString, Project> projects);
     void setLoadError(const QString &error);
 

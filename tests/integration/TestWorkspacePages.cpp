@@ -60,6 +60,13 @@ class TestWorkspacePages : public QObject
 
     void click(QQuickItem *target)
     {
+        // A page still sliding or laying out would take the click somewhere else.
+        QPointF last(-1, -1);
+        const auto settled = [&] {
+            const QPointF now = target->mapToScene({});
+            return std::exchange(last, now) == now;
+        };
+        QVERIFY(QTest::qWaitFor(settled));
         const QPointF centre(target->width() / 2, target->height() / 2);
         QTest::mouseClick(m_rig.window(), Qt::LeftButton, {}, target->mapToScene(centre).toPoint());
     }
@@ -105,7 +112,8 @@ private Q_SLOTS:
         VERIFY_TEXT(website, "Draft the launch email");
         VERIFY_TEXT(website, "Fix the footer links");
         VERIFY_TEXT(loose, "Book the dentist");
-        QVERIFY(sceneY(website) < sceneY(loose));
+        // The list lays out its second group a frame later on a slow (sanitizer) build.
+        QTRY_VERIFY(sceneY(website) < sceneY(loose));
 
         QQuickItem *open = item("taskTitle-k1");
         QQuickItem *done = item("taskTitle-k2");
@@ -145,7 +153,10 @@ private Q_SLOTS:
 
     void tickingATaskSendsItsCompletion()
     {
+        // The rows are rebuilt as tasks and projects arrive, so the click waits for both.
         QVERIFY(show(tasks, "taskDone-k1"));
+        QTRY_VERIFY(!m_rig.assistant->tasks().isEmpty() && !m_rig.assistant->projects().isEmpty());
+        QTRY_VERIFY(item("taskGroup-Website relaunch") && item("taskDone-k1")->isVisible());
         const int from = m_rig.server.requestCount();
         click(item("taskDone-k1"));
         QVERIFY(waitForRequest(from, "POST", "/tasks/k1/complete"));
@@ -334,13 +345,19 @@ private Q_SLOTS:
              {"No projects yet. Mention one when adding a task, e.g. “add a task to the XYZ "
               "site”."}}};
         for (const Case &c : cases) {
+            // The page's own fetches must have reached the server before the empty answers
+            // are set, or one of them takes an answer meant for the refresh below.
+            const int from = m_rig.server.requestCount();
             QVERIFY(show(c.page, c.ready));
+            for (const QString &key : c.emptied)
+                QVERIFY(waitForRequest(from, "GET", "/" + key));
             for (const QString &key : c.emptied)
                 m_rig.server.once("GET", "/" + key).json({{key, none[key]}});
             QQuickItem *page = show(c.page);
             QVERIFY(page);
             for (const QString &text : c.texts)
-                QTRY_VERIFY2(MainWindowFixture::findText(page, text), qPrintable(text));
+                QTRY_VERIFY2_WITH_TIMEOUT(MainWindowFixture::findText(page, text), qPrintable(text),
+                                          15000);
             m_rig.saveScreenshot("workspace-empty-" + page->objectName());
         }
     }

@@ -169,6 +169,9 @@ private Q_SLOTS:
         QCOMPARE(rig.log(), (QStringList{"▼ Dictation key pressed", "▲ Key released",
                                          "⊙ Hands-free stopped (fn). Transcribing…"}));
         QCOMPARE(rig.take(), QStringList{});
+        // No session may outlive the rig.
+        rig.fake.backend.gate.release();
+        QTRY_VERIFY(rig.fake.events.contains("backend.resumed"));
     }
 
     void handsFree()

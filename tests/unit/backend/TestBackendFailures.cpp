@@ -183,6 +183,22 @@ private Q_SLOTS:
         QCOMPARE(rig.server.requestCount(), 1);
     }
 
+    // A client that goes away mid-call (at exit) ends the call; its waiting coroutines finish.
+    void destroyingTheClientEndsItsCalls()
+    {
+        FakeBackendServer server;
+        QVERIFY(server.listen());
+        server.on("GET", "/tasks").silent();
+        auto backend = std::make_unique<Backend>(server.baseURL());
+        QObject::connect(
+            &server, &FakeBackendServer::requestReceived, &server, [&backend] { backend.reset(); },
+            Qt::QueuedConnection);
+
+        const auto outcome = BackendRig::run(backend->tasks());
+        QVERIFY(!backend);
+        VERIFY_BACKEND_ERROR(outcome, Kind::notReachable, unreachable(server.baseURL()));
+    }
+
     void streamRefused_data()
     {
         QTest::addColumn<int>("status");
