@@ -90,7 +90,7 @@ BackendRequest Backend::makeRequest(const QString &path, const QByteArray &metho
     }
 
     BackendRequest request{QNetworkRequest(url), method, {}};
-    request.setTimeoutSeconds(60);
+    request.setTimeoutSeconds(m_requestTimeoutSeconds);
     if (m_tokens) {
         const QString token = m_tokens->bearerToken();
         if (!token.isEmpty())

@@ -50,6 +50,9 @@ public:
     // The provider is read for every request; without one (or with an empty token)
     // no Authorization header is sent.
     void setTokenProvider(const TokenProvider *provider) { m_tokens = provider; }
+    // How long a request may go without a byte either way before it fails as unreachable;
+    // uploads and transcriptions set longer ones of their own.
+    void setRequestTimeoutSeconds(int seconds) { m_requestTimeoutSeconds = seconds; }
 
     // --- core ---
     BackendRequest makeRequest(const QString &path, const QByteArray &method) const;
@@ -132,5 +135,6 @@ private:
     QUrl m_baseURL;
     const Clock *m_clock;
     const TokenProvider *m_tokens = nullptr;
+    int m_requestTimeoutSeconds = 60;
     QNetworkAccessManager m_network;
 };
