@@ -337,12 +337,11 @@ private:
         }
     }
 
-    static BackendRequest shortRequest(Backend &backend, const Route &route)
+    static BackendRequest routeRequest(Backend &backend, const Route &route)
     {
         BackendRequest request = backend.makeRequest(route.path.mid(1), route.method);
         if (route.method == "POST")
             Backend::setJsonBody(request, {{"question", "Why?"}, {"now", backend.deviceNow()}});
-        request.setTimeoutSeconds(transferTimeoutSeconds);
         return request;
     }
 
@@ -376,7 +375,7 @@ private:
         const Route route = routeOf(target);
         if (target == "send")
             return settled(TaskOutcome<QJsonObject>::settle(
-                backend.send(shortRequest(backend, route)), 20000));
+                backend.send(routeRequest(backend, route)), 20000));
         if (target == "ask") {
             qint64 deltas = 0;
             CancellationToken cancel;
@@ -386,7 +385,7 @@ private:
             }
             const auto task = TaskOutcome<QString>::settle(
                 backend.streamAnswer(
-                    shortRequest(backend, route), [&](const QString &) { ++deltas; }, {}, cancel),
+                    routeRequest(backend, route), [&](const QString &) { ++deltas; }, {}, cancel),
                 20000);
             Outcome outcome = settled(task);
             outcome.answer = task.value.value_or(QString());
