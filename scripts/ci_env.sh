@@ -1,5 +1,5 @@
 # Headless desktop session for the tests: X server, D-Bus, AT-SPI, Secret Service,
-# PulseAudio with a virtual microphone, and a tray host.
+# PulseAudio with a virtual microphone and speaker, and a tray host.
 #   source scripts/ci_env.sh; ci_start; <run tests>; ci_stop
 # Every process is started in the background with its PID recorded; ci_stop kills exactly
 # those PIDs, in reverse order. Nothing is killed by name.
@@ -71,19 +71,27 @@ ci_start() {
     _ci_wait gnome-keyring sh -c 'dbus-send --session --dest=org.freedesktop.DBus --print-reply / org.freedesktop.DBus.NameHasOwner string:org.freedesktop.secrets | grep -q "boolean true"' || return 1
     echo "gnome-keyring: $(_ci_ms "$t") ms"
 
-    # A null sink "speaker" and a real (non-monitor) source "testmic" remapped from its monitor.
+    # Two null sinks: "speaker", the default output (what the computer plays), and "micfeed",
+    # what the microphone hears: the default source "testmic" is remapped from its monitor
+    # (a real source, not a monitor, so it is listed as an input). Speech for the microphone
+    # goes into micfeed, sound the computer plays into speaker, and a test can tell them apart.
+    # speaker is loaded first, so it is the first-listed output as well as the default one.
     t=$(date +%s%N)
     cat >"$CI_ROOT/pa.pa" <<'PA'
 load-module module-native-protocol-unix auth-anonymous=1
 load-module module-null-sink sink_name=speaker format=float32le rate=48000 channels=1 sink_properties=device.description=TestSpeaker
-load-module module-remap-source source_name=testmic master=speaker.monitor source_properties=device.description=TestMic
+load-module module-null-sink sink_name=micfeed format=float32le rate=48000 channels=1 sink_properties=device.description=TestMicFeed
+load-module module-remap-source source_name=testmic master=micfeed.monitor source_properties=device.description=TestMic
 set-default-sink speaker
 set-default-source testmic
 PA
     _ci_bg pulseaudio pulseaudio --daemonize=no --exit-idle-time=-1 -n -F "$CI_ROOT/pa.pa"
     _ci_wait pulseaudio pactl info || return 1
-    # Without a stream keeping the sink busy, capture from testmic stalls at random.
-    CI_STDIN=/dev/zero _ci_bg pa-keepalive pacat --playback -d speaker --raw --format=float32le --channels=1 --rate=48000 --latency-msec=50
+    # Without a stream keeping a sink busy, capture from its monitor stalls at random.
+    local sink
+    for sink in micfeed speaker; do
+        CI_STDIN=/dev/zero _ci_bg "pa-keepalive-$sink" pacat --playback -d "$sink" --raw --format=float32le --channels=1 --rate=48000 --latency-msec=50
+    done
     # The first capture only gets as much audio as time has passed since the server started.
     sleep "${CI_PA_SETTLE:-2}"
     echo "pulseaudio: $(_ci_ms "$t") ms (incl. ${CI_PA_SETTLE:-2} s settle)"

@@ -7,7 +7,7 @@ set -euo pipefail
 build=(
   cmake ninja-build g++ pkg-config ccache clang-format
   qt6-base-dev qt6-declarative-dev qt6-svg-dev
-  qcoro-qt6-dev qtkeychain-qt6-dev qt6-multimedia-dev libsndfile1-dev
+  qcoro-qt6-dev qtkeychain-qt6-dev qt6-multimedia-dev libsndfile1-dev libpulse-dev
   libx11-dev libxi-dev libxtst-dev libxfixes-dev libatspi2.0-dev
   libbenchmark-dev
   libcpp-httplib-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev libsodium-dev

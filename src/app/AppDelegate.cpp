@@ -16,6 +16,7 @@
 #include "hotkeys/HotkeyManager.h"
 #include "hotkeys/ShortcutRecorder.h"
 #include "platform/AccessibilitySwitch.h"
+#include "platform/FnKey.h"
 #include "platform/PermissionProbe.h"
 #include "stores/AuthStore.h"
 #include "stores/HistoryStore.h"
@@ -100,6 +101,8 @@ void AppDelegate::applicationDidFinishLaunching()
     applyHotkeySetting();
     connect(&SettingsStore::shared(), &SettingsStore::didChange, this,
             &AppDelegate::settingsChanged);
+    // The shortcuts' names carry the fn key's.
+    connect(&FnKey::shared(), &FnKey::keyChanged, this, &AppDelegate::applyHotkeySetting);
     logBundleIdentity();
     logEnvironment();
     d->model.log(QStringLiteral("Launched."));
@@ -117,7 +120,8 @@ void AppDelegate::setupStatusItem()
     TrayStatusItem *item = d->statusItem.get();
     connect(item, &TrayStatusItem::openRequested, this, &AppDelegate::showMainWindow);
     connect(item, &TrayStatusItem::settingsRequested, this, &AppDelegate::openSettings);
-    connect(item, &TrayStatusItem::meetingToggleRequested, this, &AppDelegate::toggleMeeting);
+    connect(item, &TrayStatusItem::meetingToggleRequested, this,
+            [this] { toggleMeeting(MeetingToggleOrigin::tray); });
     connect(item, &TrayStatusItem::quitRequested, this, &AppDelegate::quitRequested);
     connect(item, &TrayStatusItem::menuAboutToShow, this, &AppDelegate::menuWillOpen);
     connect(item, &TrayStatusItem::transcriptChosen, this,
@@ -131,7 +135,8 @@ void AppDelegate::setupMainMenu()
     d->mainWindow.load();
     MainWindowState &window = MainWindowState::shared();
     connect(&window, &MainWindowState::quitRequested, this, &AppDelegate::quitRequested);
-    connect(&window, &MainWindowState::meetingToggleRequested, this, &AppDelegate::toggleMeeting);
+    connect(&window, &MainWindowState::meetingToggleRequested, this,
+            [this] { toggleMeeting(MeetingToggleOrigin::meetingsPage); });
     window.setUpdateInfo(
         d->target.isInstalled()
             ? QStringLiteral("Ovrin is updated with your system's packages: your package "
@@ -149,6 +154,8 @@ void AppDelegate::observeMeetingRecorder()
         updateUI();
     };
     connect(&meetings, &MeetingRecorder::isRecordingChanged, this, follow);
+    connect(&meetings, &MeetingRecorder::logLine, this,
+            [this](const QString &line) { d->model.log(line); });
     follow();
 }
 
@@ -322,8 +329,7 @@ void AppDelegate::requestMicrophoneAccess()
                                    : QStringLiteral("Microphone permission: DENIED"));
         self->d->model.refreshPermissions();
         if (!granted) {
-            self->d->model.log(
-                QStringLiteral("Microphone denied — open System Settings to allow."));
+            self->d->model.log(QStringLiteral("Microphone denied — open Sound settings to allow."));
             self->openPrivacySettings(QStringLiteral("Privacy_Microphone"));
         }
     });
@@ -382,7 +388,7 @@ void AppDelegate::menuWillOpen()
     history.refresh({HistoryScope::transcripts});
 }
 
-void AppDelegate::toggleMeeting()
+void AppDelegate::toggleMeeting(MeetingToggleOrigin origin)
 {
     MeetingRecorder &meetings = MeetingRecorder::shared();
     if (meetings.isRecording()) {
@@ -404,7 +410,9 @@ void AppDelegate::toggleMeeting()
         return;
     }
     setStatusText(QStringLiteral("Recording meeting…"));
-    d->model.log(QStringLiteral("Meeting recording started from the menu bar."));
+    d->model.log(origin == MeetingToggleOrigin::tray
+                     ? QStringLiteral("Meeting recording started from the system tray.")
+                     : QStringLiteral("Meeting recording started from the Meetings page."));
 }
 
 void AppDelegate::handleArguments(const QStringList &arguments)

@@ -50,7 +50,8 @@ public:
     void ensureHotkeyActive();
     // While a shortcut is being recorded the global hotkeys rest.
     void pauseHotkeys(bool paused);
-    void toggleMeeting();
+    enum class MeetingToggleOrigin { tray, meetingsPage };
+    void toggleMeeting(MeetingToggleOrigin origin);
     void openSettings();
 
 Q_SIGNALS:

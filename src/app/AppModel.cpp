@@ -74,6 +74,11 @@ void AppModel::setScreenKeyName(const QString &name)
     assign(m_screenKeyName, name, &AppModel::screenKeyNameChanged);
 }
 
+void AppModel::setHandsFreeKeyName(const QString &name)
+{
+    assign(m_handsFreeKeyName, name, &AppModel::handsFreeKeyNameChanged);
+}
+
 void AppModel::setHotkeyIsDown(bool down)
 {
     assign(m_hotkeyIsDown, down, &AppModel::hotkeyIsDownChanged);

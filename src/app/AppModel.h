@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/Activity.h"
+#include "hotkeys/Shortcut.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -37,6 +38,8 @@ class AppModel : public QObject
     Q_PROPERTY(QString hotkeyName READ hotkeyName NOTIFY hotkeyNameChanged)
     Q_PROPERTY(QString askKeyName READ askKeyName NOTIFY askKeyNameChanged)
     Q_PROPERTY(QString screenKeyName READ screenKeyName NOTIFY screenKeyNameChanged)
+    // The double tap of the fn key that starts hands-free dictation.
+    Q_PROPERTY(QString handsFreeKeyName READ handsFreeKeyName NOTIFY handsFreeKeyNameChanged)
     Q_PROPERTY(bool hotkeyIsDown READ hotkeyIsDown NOTIFY hotkeyIsDownChanged)
     Q_PROPERTY(QString lastTranscript READ lastTranscript NOTIFY lastTranscriptChanged)
     Q_PROPERTY(QStringList logLines READ logLines NOTIFY logLinesChanged)
@@ -65,6 +68,7 @@ public:
     QString hotkeyName() const { return m_hotkeyName; }
     QString askKeyName() const { return m_askKeyName; }
     QString screenKeyName() const { return m_screenKeyName; }
+    QString handsFreeKeyName() const { return m_handsFreeKeyName; }
     bool hotkeyIsDown() const { return m_hotkeyIsDown; }
     QString lastTranscript() const { return m_lastTranscript; }
     QStringList logLines() const { return m_logLines; }
@@ -76,6 +80,7 @@ public:
     void setHotkeyName(const QString &name);
     void setAskKeyName(const QString &name);
     void setScreenKeyName(const QString &name);
+    void setHandsFreeKeyName(const QString &name);
     void setHotkeyIsDown(bool down);
     void setLastTranscript(const QString &text);
 
@@ -106,6 +111,7 @@ Q_SIGNALS:
     void hotkeyNameChanged();
     void askKeyNameChanged();
     void screenKeyNameChanged();
+    void handsFreeKeyNameChanged();
     void hotkeyIsDownChanged();
     void lastTranscriptChanged();
     void logLinesChanged();
@@ -128,9 +134,10 @@ private:
     bool m_accessibilityTrusted = false;
     bool m_screenRecordingTrusted = false;
     bool m_backendReachable = false;
-    QString m_hotkeyName = QStringLiteral("fn (Globe)");
-    QString m_askKeyName = QStringLiteral("fn + Control (Globe⌃)");
-    QString m_screenKeyName = QStringLiteral("fn + Control + Option (Globe⌃⌥)");
+    QString m_hotkeyName = Shortcut::legacy(QStringLiteral("fn")).displayName();
+    QString m_askKeyName = Shortcut::legacy(QStringLiteral("fn+control")).displayName();
+    QString m_screenKeyName = Shortcut::legacy(QStringLiteral("fn+control+option")).displayName();
+    QString m_handsFreeKeyName = Shortcut::doubleTapName();
     bool m_hotkeyIsDown = false;
     QString m_lastTranscript;
     QStringList m_logLines;

@@ -4,6 +4,7 @@
 #include "core/DescribedError.h"
 #include "core/Scheduler.h"
 #include "core/Text.h"
+#include "hotkeys/Shortcut.h"
 #include "platform/PermissionProbe.h"
 
 #include <QPointer>
@@ -14,6 +15,12 @@ namespace {
 QString quoted(const QString &text)
 {
     return QLatin1Char('"') + text + QLatin1Char('"');
+}
+
+// The key acting as fn, as the user chose it ("Right Ctrl").
+QString fnKeyName()
+{
+    return Shortcut(Shortcut::fn).displayName();
 }
 
 QString failurePrefix(CaptureMode mode)
@@ -71,13 +78,14 @@ void CaptureSessionController::handleHoldStop(CaptureMode)
 
 void CaptureSessionController::handleHandsFreeStart()
 {
-    m_model.log(QStringLiteral("⊙ Hands-free started (double-tap fn). Tap fn again to stop."));
+    m_model.log(QStringLiteral("⊙ Hands-free started (double-tap %1). Tap %1 again to stop.")
+                    .arg(fnKeyName()));
     startRecording(CaptureMode::paste, true);
 }
 
 void CaptureSessionController::handleHandsFreeStop()
 {
-    m_model.log(QStringLiteral("⊙ Hands-free stopped (fn). Transcribing…"));
+    m_model.log(QStringLiteral("⊙ Hands-free stopped (%1). Transcribing…").arg(fnKeyName()));
     stopAndTranscribe();
 }
 
@@ -103,8 +111,8 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
             m_model.log(QStringLiteral("Cannot record: microphone permission not granted."));
             setStatus(QStringLiteral("Microphone access needed"));
             m_services.hud.showError(
-                QStringLiteral("Microphone access is required. Enable it in System Settings → "
-                               "Privacy & Security → Microphone."));
+                QStringLiteral("Microphone access is required. Check that a microphone is "
+                               "plugged in, not muted and chosen as input in Sound settings."));
             return;
         }
     }
@@ -278,7 +286,7 @@ QCoro::Task<void> CaptureSessionController::runAsk(QByteArray wav, QString askCo
                                         deltaHandler(token), actionHandler(token), token);
     if (isGone(self, token))
         co_return;
-    finishAskStream(answer, question);
+    finishAskStream(answer);
     m_services.history.refreshChat();
 }
 
@@ -300,10 +308,10 @@ QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav,
     if (!jpeg || jpeg->isEmpty()) {
         // Without a picture the question is pointless: the audio is never sent.
         endIdle();
-        m_model.log(QStringLiteral("Screen capture failed — likely Screen Recording permission."));
+        m_model.log(QStringLiteral("Screen capture failed — likely not an X11 session."));
         m_services.hud.showError(
-            QStringLiteral("Couldn't capture the screen. Enable Screen Recording for Ovrin "
-                           "in System Settings → Privacy & Security, then try again."));
+            QStringLiteral("Couldn't capture the screen. Read screen needs an X11 session — "
+                           "log in to one, then try again."));
         m_services.shell.openPrivacySettings(QStringLiteral("Privacy_ScreenCapture"));
         m_services.cues.play(Cue::fail);
         co_return;
@@ -322,7 +330,7 @@ QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav,
         co_await m_services.backend.askImage(question, *jpeg, deltaHandler(token), token);
     if (isGone(self, token))
         co_return;
-    finishAskStream(answer, question);
+    finishAskStream(answer);
     m_services.history.refreshChat();
 }
 
@@ -365,9 +373,8 @@ void CaptureSessionController::onMainThread(std::function<void()> work)
         QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
 }
 
-void CaptureSessionController::finishAskStream(const QString &answer, const QString &question)
+void CaptureSessionController::finishAskStream(const QString &answer)
 {
-    Q_UNUSED(question)
     endIdle();
     const QString text = Text::trimmed(answer);
     if (text.isEmpty()) {
@@ -462,7 +469,7 @@ void CaptureSessionController::copyTranscript(const QVariant &representedObject)
     if (representedObject.typeId() != QMetaType::QString)
         return;
     m_services.text.copyToClipboard(representedObject.toString());
-    m_model.log(QStringLiteral("Copied transcript from the menu bar."));
+    m_model.log(QStringLiteral("Copied transcript from the system tray."));
     setStatus(QStringLiteral("Copied ✓"));
 }
 

@@ -48,7 +48,7 @@ public:
     void startRecording(CaptureMode mode, bool handsFree);
     void stopAndTranscribe();
     void handleResult(const QString &text, const Settings &settings);
-    void finishAskStream(const QString &answer, const QString &question);
+    void finishAskStream(const QString &answer);
     void armWatchdog();
     // Sets the menu's status line on a later turn of the event loop, so any caller may use it.
     void setStatus(const QString &text);

@@ -113,16 +113,6 @@ CaptureSessionController &CaptureStack::controller()
     return d->controller;
 }
 
-RecordingHUD &CaptureStack::hud()
-{
-    return d->hud;
-}
-
-CorrectionPrompt &CaptureStack::correctionPrompt()
-{
-    return d->prompt;
-}
-
 void CaptureStack::applyHotkeySetting(const Settings &settings)
 {
     for (CaptureMode mode : {CaptureMode::paste, CaptureMode::ask, CaptureMode::screen})
@@ -130,4 +120,5 @@ void CaptureStack::applyHotkeySetting(const Settings &settings)
     d->model.setHotkeyName(settings.pushToTalkKey.displayName());
     d->model.setAskKeyName(settings.askKey.displayName());
     d->model.setScreenKeyName(settings.screenKey.displayName());
+    d->model.setHandsFreeKeyName(Shortcut::doubleTapName());
 }

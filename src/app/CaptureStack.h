@@ -7,9 +7,7 @@
 class AppModel;
 class CaptureSessionController;
 class Clock;
-class CorrectionPrompt;
 class HotkeyManager;
-class RecordingHUD;
 class Scheduler;
 class SessionBackend;
 class StatusShell;
@@ -27,8 +25,6 @@ public:
 
     HotkeyManager &hotkey();
     CaptureSessionController &controller();
-    RecordingHUD &hud();
-    CorrectionPrompt &correctionPrompt();
 
     // The three shortcuts go to the hotkey engine and their names to the model.
     void applyHotkeySetting(const Settings &settings);

@@ -2,13 +2,18 @@
 #include "app/AppModel.h"
 #include "app/CommandLineTool.h"
 #include "app/InstanceChannel.h"
+#include "audio/AudioDevices.h"
+#include "audio/MeetingRecorder.h"
 #include "backend/Backend.h"
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
 #include "hotkeys/ShortcutRecorder.h"
+#include "platform/FnKey.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
 #include "platform/linux/AtspiFocusedTextReader.h"
 #include "platform/linux/PortalColorScheme.h"
+#include "platform/linux/PulseSoundServer.h"
+#include "platform/linux/PulseSystemAudioSource.h"
 #include "platform/linux/SyslogSystemLog.h"
 #include "platform/linux/TerminalPrompt.h"
 #include "platform/linux/UnixSignalWatcher.h"
@@ -21,12 +26,12 @@
 #include "platform/linux/XdgAutostartLoginItem.h"
 #include "platform/linux/XdgInstalledApps.h"
 #include "stores/AuthStore.h"
-#include "ui/MainWindowState.h"
 #include "ui/ThemeStore.h"
 
 #include <QApplication>
 #include <QCoro/QCoroTask>
 #include <QQuickWindow>
+#include <QSettings>
 #include <QTextStream>
 
 #include <cstdio>
@@ -46,29 +51,20 @@ int runCommand(int argc, char *argv[])
     return QCoro::waitFor(tool.run(QCoreApplication::arguments()));
 }
 
+const QString fnKeyDefault = QStringLiteral("fnKey");
+
 // The settings page picks the fn key; it applies at once, to the global hotkeys and to the
-// shortcut fields, and is kept for the next launch.
+// shortcut fields, and is kept with the user defaults for the next launch.
 void followFnKeyChoice(X11KeySource &keySource, X11KeyboardMap &keyboardMap, AppModel &model)
 {
-    MainWindowState &window = MainWindowState::shared();
-    window.setFnKeyChoices(X11KeySource::fnKeyChoices());
-    window.setFnKey(X11KeySource::configuredFnKey());
-    QObject::connect(
-        &window, &MainWindowState::fnKeyChanged, &model,
-        [&window, &keySource, &keyboardMap, &model, applied = window.fnKey()]() mutable {
-            const QString key = window.fnKey();
-            if (key == applied)
-                return; // put back below
-            if (!X11KeySource::fnKeyChoices().contains(key)) {
-                window.setFnKey(applied);
-                return;
-            }
-            applied = key;
-            X11KeySource::setConfiguredFnKey(key);
-            keySource.setFnKey(key);
-            keyboardMap.setFnKey(key);
-            model.log(QStringLiteral("Fn key set to %1.").arg(MainWindowState::fnKeyLabel(key)));
-        });
+    FnKey &fnKey = FnKey::shared();
+    QObject::connect(&fnKey, &FnKey::keyChanged, &model,
+                     [&fnKey, &keySource, &keyboardMap, &model] {
+                         QSettings().setValue(fnKeyDefault, fnKey.key());
+                         keySource.setFnKey(fnKey.key());
+                         keyboardMap.setFnKey(fnKey.key());
+                         model.log(QStringLiteral("Fn key set to %1.").arg(fnKey.label()));
+                     });
 }
 
 } // namespace
@@ -116,15 +112,20 @@ int main(int argc, char *argv[])
     X11PermissionProbe permissions;
     XdgAutostartLoginItem loginItem;
     SyslogSystemLog systemLog;
+    FnKey::shared().setKey(QSettings().value(fnKeyDefault).toString());
     X11KeySource keySource;
     X11KeySynthesizer keySynthesizer;
     AtspiFocusedTextReader focusedText;
     XFixesClipboardWatcher clipboard;
     XdgInstalledApps installedApps;
     AtspiAccessibilitySwitch accessibilitySwitch;
-    X11KeyboardMap keyboardMap(X11KeySource::configuredFnKey());
+    X11KeyboardMap keyboardMap(FnKey::shared().key());
     X11CompositorProbe compositor;
     ShortcutRecorder::setDefaultKeyboardMap(&keyboardMap);
+    PulseSoundServer soundServer;
+    AudioDevices::setSoundServer(&soundServer);
+    PulseSystemAudioSource computerAudio;
+    MeetingRecorder::shared().setSystemAudioSource(&computerAudio);
     // The desktop's light or dark is known before the window first paints.
     PortalColorScheme colorScheme;
     ThemeStore::shared().setColorSchemeSource(&colorScheme);
@@ -146,5 +147,7 @@ int main(int argc, char *argv[])
 
     const int status = app.exec();
     ShortcutRecorder::setDefaultKeyboardMap(nullptr);
+    AudioDevices::setSoundServer(nullptr);
+    MeetingRecorder::shared().setSystemAudioSource(nullptr);
     return status;
 }

@@ -1,6 +1,19 @@
 #include "audio/AudioDevices.h"
 
+#include "platform/SoundServer.h"
+
 #include <QMediaDevices>
+
+namespace {
+
+SoundServer *soundServer = nullptr;
+
+} // namespace
+
+void AudioDevices::setSoundServer(SoundServer *server)
+{
+    soundServer = server;
+}
 
 QList<MicDevice> AudioDevices::inputDevices()
 {
@@ -26,6 +39,15 @@ std::optional<QAudioDevice> AudioDevices::deviceID(const QString &uid)
 
 std::optional<QAudioDevice> AudioDevices::defaultInputDeviceID()
 {
+    // The audio layer's own default is merely the first input it lists, whatever the
+    // user chose in Sound settings.
+    if (const std::optional<QByteArray> id =
+            soundServer ? soundServer->defaultInputId() : std::nullopt) {
+        for (const QAudioDevice &device : QMediaDevices::audioInputs()) {
+            if (device.id() == *id)
+                return device;
+        }
+    }
     const QAudioDevice device = QMediaDevices::defaultAudioInput();
     if (device.isNull())
         return std::nullopt;

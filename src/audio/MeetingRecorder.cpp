@@ -1,14 +1,18 @@
 #include "audio/MeetingRecorder.h"
 
 #include "audio/AudioDevices.h"
+#include "audio/ComputerAudioMixer.h"
 #include "audio/MicFileWriter.h"
+#include "audio/MonoMixdown.h"
 #include "core/Clock.h"
 #include "core/DescribedError.h"
 #include "core/ProcessWide.h"
 #include "core/QtScheduler.h"
 #include "core/Scheduler.h"
 #include "core/SystemClock.h"
+#include "platform/SystemAudioSource.h"
 #include "stores/MeetingStore.h"
+#include "stores/SettingsStore.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -22,7 +26,11 @@ MeetingRecorder &MeetingRecorder::shared()
     return processWide<MeetingRecorder>([] {
         static const SystemClock clock;
         static QtScheduler scheduler;
-        return new MeetingRecorder(MeetingStore::shared(), clock, scheduler, QDir::tempPath());
+        auto *recorder =
+            new MeetingRecorder(MeetingStore::shared(), clock, scheduler, QDir::tempPath());
+        recorder->setIncludeComputerAudio(
+            [] { return SettingsStore::shared().current().includeComputerAudio; });
+        return recorder;
     });
 }
 
@@ -51,7 +59,10 @@ void MeetingRecorder::start()
     const bool started =
         device && m_capture.start(*device, [this, file](const float *frames, qsizetype count,
                                                         int channels, int rate) {
-            setLevel(file->write(frames, count, channels, rate));
+            QList<float> mono = MonoMixdown::mixdown(frames, count, channels);
+            if (m_mixer)
+                m_mixer->mixInto(mono.data(), mono.size());
+            setLevel(file->write(mono.constData(), mono.size(), 1, rate));
         });
     if (!started)
         throw DescribedError(QStringLiteral("Couldn't start the microphone: ") +
@@ -59,6 +70,7 @@ void MeetingRecorder::start()
                                      : QStringLiteral("there is no input device.")));
 
     m_writer = std::move(writer);
+    startComputerAudio(m_capture.sampleRate());
     m_startedAt = m_clock.now();
     setDuration(0.0);
     setPhase(Phase::idle);
@@ -74,7 +86,9 @@ std::optional<QString> MeetingRecorder::stop()
     if (!isRecording())
         return std::nullopt;
     m_ticker.cancel();
-    m_capture.stop();  // the last blocks still reach the file
+    stopComputerAudio();
+    m_capture.stop(); // the last blocks still reach the file, with what is queued mixed in
+    m_mixer.reset();
     m_writer->close(); // anything arriving later is dropped
     const QString path = m_writer->path();
     const bool wroteAudio = m_writer->framesWritten() > 0;
@@ -85,6 +99,59 @@ std::optional<QString> MeetingRecorder::stop()
     if (!wroteAudio)
         return std::nullopt; // nothing was captured, so there is no file to hand on
     return path;
+}
+
+void MeetingRecorder::setSystemAudioSource(SystemAudioSource *source)
+{
+    if (source == m_systemAudio)
+        return;
+    stopComputerAudio();
+    m_systemAudio = source;
+}
+
+void MeetingRecorder::startComputerAudio(int sampleRate)
+{
+    m_computerAudioHeard = false;
+    m_computerAudioLost = false;
+    if (m_includeComputerAudio && !m_includeComputerAudio())
+        return;
+    m_mixer = std::make_unique<ComputerAudioMixer>(sampleRate, AudioCapture::blockFrames);
+    QPointer<MeetingRecorder> self(this);
+    const auto onBlock = [self](const float *samples, qsizetype count) {
+        if (self && self->m_mixer) {
+            self->m_computerAudioHeard = true;
+            self->m_mixer->addComputerAudio(samples, count);
+        }
+    };
+    const auto onFailure = [self] {
+        if (self)
+            self->computerAudioLost();
+    };
+    m_computerAudioRunning = m_systemAudio && m_systemAudio->start(sampleRate, onBlock, onFailure);
+    if (!m_computerAudioRunning) {
+        m_mixer.reset();
+        computerAudioLost();
+    }
+}
+
+void MeetingRecorder::stopComputerAudio()
+{
+    if (m_computerAudioRunning && m_systemAudio)
+        m_systemAudio->stop();
+    m_computerAudioRunning = false;
+}
+
+void MeetingRecorder::computerAudioLost()
+{
+    // Once per meeting: a source reports its failure at most once and is not restarted.
+    if (!isRecording() || m_computerAudioLost)
+        return;
+    m_computerAudioLost = true;
+    m_computerAudioRunning = false;
+    Q_EMIT logLine(
+        m_computerAudioHeard
+            ? QStringLiteral("Computer audio stopped; recording the microphone only.")
+            : QStringLiteral("Computer audio isn't available; recording the microphone only."));
 }
 
 void MeetingRecorder::stopAndProcess()

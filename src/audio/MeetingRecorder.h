@@ -7,16 +7,20 @@
 #include <QObject>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
 class Clock;
+class ComputerAudioMixer;
 class MeetingStore;
 class MicFileWriter;
 class Scheduler;
+class SystemAudioSource;
 
-// Records a whole meeting from the default input straight to a temporary WAV file
-// (constant memory), then hands it to the meeting store to upload and file.
+// Records a whole meeting from the default input, with what the computer plays mixed in,
+// straight to a temporary WAV file (constant memory), then hands it to the meeting store
+// to upload and file.
 class MeetingRecorder : public QObject
 {
     Q_OBJECT
@@ -29,6 +33,7 @@ public:
     enum class Phase { idle, uploading, transcribing, error };
     Q_ENUM(Phase)
     static constexpr double durationTick = 0.25;
+    using Preference = std::function<bool()>;
 
     static MeetingRecorder &shared();
     MeetingRecorder(MeetingStore &store, const Clock &clock, Scheduler &scheduler,
@@ -42,7 +47,18 @@ public:
     // The error text while phase is error.
     const QString &phaseMessage() const { return m_phaseMessage; }
 
+    // What the computer plays; none records the microphone alone. Not owned; taken from
+    // the next start (one in use now is stopped when it is replaced).
+    void setSystemAudioSource(SystemAudioSource *source);
+    // Asked at every start; without one the computer's audio is included.
+    void setIncludeComputerAudio(Preference include)
+    {
+        m_includeComputerAudio = std::move(include);
+    }
+
     // Throws DescribedError "Couldn't start the microphone: …". Nothing while recording.
+    // When the computer's audio is wanted but can't be had, the microphone is recorded
+    // alone and logLine says so once.
     void start();
     // Closes the file and returns it; nothing when not recording.
     std::optional<QString> stop();
@@ -54,9 +70,14 @@ Q_SIGNALS:
     void levelChanged();
     void durationChanged();
     void phaseChanged();
+    // A line for the activity log.
+    void logLine(const QString &line);
 
 private:
     QCoro::Task<void> process(QString path, qint64 durationSec);
+    void startComputerAudio(int sampleRate);
+    void stopComputerAudio();
+    void computerAudioLost();
     void setPhase(Phase phase, const QString &message = {});
     void setLevel(float level);
     void setDuration(double duration);
@@ -67,6 +88,12 @@ private:
     QString m_temporaryDirectory;
     AudioCapture m_capture;
     std::unique_ptr<MicFileWriter> m_writer;
+    SystemAudioSource *m_systemAudio = nullptr;
+    Preference m_includeComputerAudio;
+    std::unique_ptr<ComputerAudioMixer> m_mixer;
+    bool m_computerAudioRunning = false;
+    bool m_computerAudioHeard = false;
+    bool m_computerAudioLost = false;
     std::optional<double> m_startedAt;
     TimerHandle m_ticker;
     float m_level = 0.0f;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAudioDevice>
+#include <QHashFunctions>
 #include <QString>
 
 // An input device a user may pick as the microphone. `uid` is what settings store:
@@ -14,5 +15,9 @@ struct MicDevice
     friend bool operator==(const MicDevice &a, const MicDevice &b)
     {
         return a.id == b.id && a.uid == b.uid && a.name == b.name;
+    }
+    friend size_t qHash(const MicDevice &device, size_t seed = 0)
+    {
+        return qHashMulti(seed, device.id.id(), device.uid, device.name);
     }
 };

@@ -50,6 +50,7 @@ void Sounds::play(Sound sound)
         return;
     if (c.sink)
         c.sink->stop(); // restart rather than queue behind itself
+    c.sink.reset();     // before the buffer it reads from
     const QAudioDevice output = QMediaDevices::defaultAudioOutput();
     if (output.isNull())
         return;

@@ -83,8 +83,11 @@ BackendRequest Backend::makeRequest(const QString &path, const QByteArray &metho
 
     QUrl url = appendingPathComponent(m_baseURL, component);
     if (mark >= 0) {
+        // Tolerant: a character a query may not hold is percent-encoded instead of making
+        // the URL invalid, which would send the request without its query (clearing one
+        // history scope would clear them all). Escapes already there are kept.
         QUrl withQuery = url;
-        withQuery.setQuery(path.mid(mark + 1), QUrl::StrictMode);
+        withQuery.setQuery(path.mid(mark + 1), QUrl::TolerantMode);
         if (withQuery.isValid())
             url = withQuery;
     }

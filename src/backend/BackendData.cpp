@@ -73,8 +73,12 @@ QCoro::Task<DictionaryTerm> Backend::createDictionaryTerm(QString term,
         body.insert(QStringLiteral("variant"), *variant);
     BackendRequest request = makeRequest(QStringLiteral("dictionary"), "POST");
     setJsonBody(request, body);
-    const QJsonObject reply = co_await decodeObject(std::move(request));
-    co_return DictionaryTerm::fromJson(reply.value(QLatin1String("term")));
+    try {
+        const QJsonObject reply = co_await decodeObject(std::move(request));
+        co_return DictionaryTerm::fromJson(reply.value(QLatin1String("term")));
+    } catch (const DecodingError &) {
+        throw BackendError::badResponse();
+    }
 }
 
 QCoro::Task<void> Backend::deleteDictionaryTerm(QString id)
@@ -126,10 +130,14 @@ QCoro::Task<QList<Project>> Backend::projects()
 
 QCoro::Task<QList<AppConnection>> Backend::connections()
 {
-    const QJsonObject reply =
-        co_await decodeObject(makeRequest(QStringLiteral("connections"), "GET"));
-    co_return JsonFields::records<AppConnection>(
-        JsonFields::requiredArray(reply, QStringLiteral("apps")));
+    try {
+        const QJsonObject reply =
+            co_await decodeObject(makeRequest(QStringLiteral("connections"), "GET"));
+        co_return JsonFields::records<AppConnection>(
+            JsonFields::requiredArray(reply, QStringLiteral("apps")));
+    } catch (const DecodingError &) {
+        throw BackendError::badResponse();
+    }
 }
 
 QCoro::Task<QUrl> Backend::connect(QString app)

@@ -27,10 +27,10 @@ QCoro::Task<PresignedUpload> Backend::presignUpload()
     BackendRequest request = makeRequest(QStringLiteral("uploads/presign"), "POST");
     setJsonBody(request, QJsonObject{});
     const QJsonObject reply = co_await send(std::move(request));
-    // Older backends name the address "url".
-    QUrl url = validAddress(reply.value(QLatin1String("uploadUrl")));
-    if (!reply.contains(QLatin1String("uploadUrl")))
-        url = validAddress(reply.value(QLatin1String("url")));
+    // Older backends name the address "url"; it is read when "uploadUrl" holds no string.
+    const QJsonValue uploadUrl = reply.value(QLatin1String("uploadUrl"));
+    const QUrl url =
+        validAddress(uploadUrl.isString() ? uploadUrl : reply.value(QLatin1String("url")));
     const QJsonValue key = reply.value(QLatin1String("key"));
     if (url.isEmpty() || !key.isString())
         throw BackendError::badResponse();

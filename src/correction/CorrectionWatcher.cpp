@@ -73,7 +73,10 @@ QList<CorrectionWatcher::Tok> CorrectionWatcher::tokens(const QString &text)
     qsizetype start = 0;
     const qsizetype length = text.size();
     for (qsizetype i = 0; i <= length; ++i) {
-        if (i < length && text[i] != u' ' && text[i] != u'\n' && text[i] != u'\t')
+        // CR LF is one character, neither a line feed nor a space, so it joins its neighbours.
+        const bool separator = i == length || text[i] == u' ' || text[i] == u'\t' ||
+                               (text[i] == u'\n' && (i == 0 || text[i - 1] != u'\r'));
+        if (!separator)
             continue;
         if (i > start) {
             const QStringView raw = QStringView(text).mid(start, i - start);

@@ -60,7 +60,8 @@ public:
     void stop();
     bool isWatching() const { return m_timer.isActive(); }
 
-    // Words split at space, line feed and tab only; pieces without a key are dropped.
+    // Words split at space, line feed and tab only (not at the line feed of a CR LF);
+    // pieces without a key are dropped.
     static QList<Tok> tokens(const QString &text);
     static std::optional<Correction> detectCorrection(const QStringList &baselineKeys,
                                                       const QSet<QString> &insertedWords,

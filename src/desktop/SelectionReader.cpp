@@ -25,6 +25,11 @@ SelectionReader::SelectionReader(FocusedTextReader &focused, KeySynthesizer &key
     : m_focused(focused), m_keys(keys), m_clipboard(clipboard)
 {}
 
+SelectionReader::~SelectionReader()
+{
+    QObject::disconnect(m_pendingRestore);
+}
+
 std::optional<QString> SelectionReader::viaAccessibility()
 {
     const auto selected = m_focused.selectedText();
@@ -33,19 +38,34 @@ std::optional<QString> SelectionReader::viaAccessibility()
 
 std::optional<QString> SelectionReader::viaCopy()
 {
-    QClipboard *clipboard = QGuiApplication::clipboard();
-    const QString previous = clipboard->text(QClipboard::Clipboard);
-    const bool hadText = !previous.isNull();
+    QObject::disconnect(m_pendingRestore);
+    const QString previous = QGuiApplication::clipboard()->text(QClipboard::Clipboard);
     const std::uint64_t before = m_clipboard.changeCount();
 
     m_keys.send(KeySynthesizer::Command::copy);
     if (!m_clipboard.waitForChange(before, copyWaitMilliseconds))
         return std::nullopt; // nothing was copied; the clipboard is as it was
 
-    const QString copied = clipboard->text(QClipboard::Clipboard);
-    if (hadText)
-        clipboard->setText(previous, QClipboard::Clipboard);
-    else
-        clipboard->clear(QClipboard::Clipboard);
-    return nonEmpty(copied);
+    const std::optional<QString> copied = m_clipboard.text(readWaitMilliseconds);
+    restoreOnceSeen(previous.isNull() ? std::nullopt : std::optional(previous),
+                    m_clipboard.changeCount());
+    return copied ? nonEmpty(*copied) : std::nullopt;
+}
+
+void SelectionReader::restoreOnceSeen(std::optional<QString> previous, std::uint64_t copied)
+{
+    // The toolkit claims the clipboard with the time of the last window-system event it
+    // handled, and a claim older than the copying application's is ignored. So the previous
+    // text goes back once the toolkit has taken in that claim, if nothing changed it since.
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    m_pendingRestore = QObject::connect(
+        clipboard, &QClipboard::dataChanged, clipboard, [this, clipboard, previous, copied] {
+            QObject::disconnect(m_pendingRestore);
+            if (m_clipboard.changeCount() != copied)
+                return;
+            if (previous)
+                clipboard->setText(*previous, QClipboard::Clipboard);
+            else
+                clipboard->clear(QClipboard::Clipboard);
+        });
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QMetaObject>
 #include <QString>
 
+#include <cstdint>
 #include <optional>
 
 class ClipboardWatcher;
@@ -14,8 +16,13 @@ class SelectionReader
 {
 public:
     static constexpr int copyWaitMilliseconds = 140;
+    // How long the copying application may take to hand over its text once it has it.
+    static constexpr int readWaitMilliseconds = 500;
 
     SelectionReader(FocusedTextReader &focused, KeySynthesizer &keys, ClipboardWatcher &clipboard);
+    ~SelectionReader();
+    SelectionReader(const SelectionReader &) = delete;
+    SelectionReader &operator=(const SelectionReader &) = delete;
 
     std::optional<QString> viaAccessibility();
     // Sends the copy keystroke and waits briefly for the clipboard to change; puts the
@@ -23,7 +30,10 @@ public:
     std::optional<QString> viaCopy();
 
 private:
+    void restoreOnceSeen(std::optional<QString> previous, std::uint64_t copied);
+
     FocusedTextReader &m_focused;
     KeySynthesizer &m_keys;
     ClipboardWatcher &m_clipboard;
+    QMetaObject::Connection m_pendingRestore;
 };

@@ -132,7 +132,6 @@ void HotkeyManager::fire(std::function<void(HotkeyManager &)> call)
 
 void HotkeyManager::engage(CaptureMode mode, Shortcut::Flags mask, std::optional<int> keyCode)
 {
-    m_debounceWork.cancel();
     m_engaged = mode;
     m_engagedMask = mask;
     m_engagedKeyCode = keyCode;
@@ -164,6 +163,8 @@ bool HotkeyManager::handleKeyDown(int keyCode, Shortcut::Flags flags)
     const Shortcut::Flags held = flags & Shortcut::relevantMask;
     for (const ComboCandidate &candidate : keyComboCandidates()) {
         if (candidate.keyCode == keyCode && candidate.mask == held) {
+            // A pending chord stays scheduled: if this key is let go first, the modifiers
+            // still held when it fires decide.
             engage(candidate.mode, held, keyCode);
             return true;
         }
@@ -210,6 +211,7 @@ void HotkeyManager::handleFlags(Shortcut::Flags raw)
         m_debounceWork = m_scheduler.schedule(chordDebounce, [this] { debouncedEngage(); });
         return;
     }
+    m_debounceWork.cancel();
     engage(match->mode, current, std::nullopt);
 }
 

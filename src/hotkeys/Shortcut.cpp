@@ -1,5 +1,7 @@
 #include "hotkeys/Shortcut.h"
 
+#include "platform/FnKey.h"
+
 #include <QHash>
 #include <QStringList>
 
@@ -10,22 +12,64 @@ Shortcut::Shortcut(Flags modifiers, std::optional<int> keyCode, std::optional<QS
     : modifiers(modifiers), keyCode(keyCode), keyLabel(std::move(keyLabel))
 {}
 
-QString Shortcut::displayName() const
+namespace {
+
+// Labels recorded before keys were named the PC way; a settings file may still hold them.
+QString keyName(const QString &label)
+{
+    static const QHash<QString, QString> names{
+        {QStringLiteral("↩"), QStringLiteral("Enter")},
+        {QStringLiteral("⇥"), QStringLiteral("Tab")},
+        {QStringLiteral("⌫"), QStringLiteral("Backspace")},
+        {QStringLiteral("⎋"), QStringLiteral("Esc")},
+        {QStringLiteral("⌤"), QStringLiteral("Num Enter")},
+        {QStringLiteral("⌦"), QStringLiteral("Delete")},
+        {QStringLiteral("←"), QStringLiteral("Left")},
+        {QStringLiteral("→"), QStringLiteral("Right")},
+        {QStringLiteral("↓"), QStringLiteral("Down")},
+        {QStringLiteral("↑"), QStringLiteral("Up")},
+    };
+    return names.value(label, label);
+}
+
+} // namespace
+
+QString Shortcut::displayName(const QString &fnKeyName) const
 {
     QStringList parts;
     if (modifiers & fn)
-        parts << QStringLiteral("fn");
+        parts << fnKeyName;
+    // When the fn key is the right one of a pair, the modifier of that pair is the left key.
+    const auto name = [&](const QString &modifier) {
+        const bool sameKey = (modifiers & fn) && fnKeyName == QLatin1String("Right ") + modifier;
+        return sameKey ? QLatin1String("Left ") + modifier : modifier;
+    };
     if (modifiers & control)
-        parts << QStringLiteral("⌃");
+        parts << name(QStringLiteral("Ctrl"));
     if (modifiers & option)
-        parts << QStringLiteral("⌥");
+        parts << name(QStringLiteral("Alt"));
     if (modifiers & shift)
-        parts << QStringLiteral("⇧");
+        parts << name(QStringLiteral("Shift"));
     if (modifiers & command)
-        parts << QStringLiteral("⌘");
+        parts << name(QStringLiteral("Super"));
     if (keyLabel && !keyLabel->isEmpty())
-        parts << *keyLabel;
-    return parts.isEmpty() ? QStringLiteral("None") : parts.join(QLatin1Char(' '));
+        parts << keyName(*keyLabel);
+    return parts.isEmpty() ? QStringLiteral("None") : parts.join(QLatin1Char('+'));
+}
+
+QString Shortcut::displayName() const
+{
+    return displayName(FnKey::shared().label());
+}
+
+QString Shortcut::doubleTapName(const QString &fnKeyName)
+{
+    return fnKeyName + QStringLiteral(" ×2");
+}
+
+QString Shortcut::doubleTapName()
+{
+    return doubleTapName(FnKey::shared().label());
 }
 
 Shortcut Shortcut::legacy(const QString &name)

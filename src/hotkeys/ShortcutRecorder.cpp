@@ -1,5 +1,7 @@
 #include "hotkeys/ShortcutRecorder.h"
 
+#include "platform/FnKey.h"
+
 #include <QCoreApplication>
 #include <QDebug>
 #include <QKeyEvent>
@@ -33,11 +35,12 @@ struct SpecialKey
 };
 
 constexpr SpecialKey specialKeys[] = {
-    {36, "↩"},    {48, "⇥"},        {49, "Space"},      {51, "⌫"},    {53, "⎋"},    {76, "⌤"},
-    {117, "⌦"},   {123, "←"},       {124, "→"},         {125, "↓"},   {126, "↑"},   {115, "Home"},
-    {119, "End"}, {116, "Page Up"}, {121, "Page Down"}, {122, "F1"},  {120, "F2"},  {99, "F3"},
-    {118, "F4"},  {96, "F5"},       {97, "F6"},         {98, "F7"},   {100, "F8"},  {101, "F9"},
-    {109, "F10"}, {103, "F11"},     {111, "F12"},       {105, "F13"}, {107, "F14"}, {113, "F15"},
+    {36, "Enter"},     {48, "Tab"},     {49, "Space"}, {51, "Backspace"}, {53, "Esc"},
+    {76, "Num Enter"}, {117, "Delete"}, {123, "Left"}, {124, "Right"},    {125, "Down"},
+    {126, "Up"},       {115, "Home"},   {119, "End"},  {116, "Page Up"},  {121, "Page Down"},
+    {122, "F1"},       {120, "F2"},     {99, "F3"},    {118, "F4"},       {96, "F5"},
+    {97, "F6"},        {98, "F7"},      {100, "F8"},   {101, "F9"},       {109, "F10"},
+    {103, "F11"},      {111, "F12"},    {105, "F13"},  {107, "F14"},      {113, "F15"},
 };
 
 } // namespace
@@ -48,6 +51,11 @@ ShortcutRecorder::ShortcutRecorder(const KeyboardMap *map, QObject *parent)
     : QObject(parent), m_map(map)
 {
     m_label = label();
+    // The fn key's name is part of the label and the hint.
+    connect(&FnKey::shared(), &FnKey::keyChanged, this, [this] {
+        updateLabel();
+        Q_EMIT hintChanged();
+    });
 }
 
 ShortcutRecorder::~ShortcutRecorder()
@@ -104,11 +112,16 @@ QString ShortcutRecorder::label() const
 
 QString ShortcutRecorder::hint()
 {
+    const QString fn = FnKey::shared().label();
+    const QString combination = Shortcut(Shortcut::option | Shortcut::command).displayName(fn);
+    const QString withKey =
+        Shortcut(Shortcut::command | Shortcut::shift, 2, QStringLiteral("D")).displayName(fn);
     return QStringLiteral(
-        "Click a field and press any key combination to set it — e.g. ⌥⌘, ⌘⇧D, or hold fn. "
-        "Every hotkey needs at least one modifier (⌘ ⌥ ⌃ ⇧ or fn). Hold the hotkey while "
-        "speaking, release to send. Double-tap fn for hands-free is available only when fn "
-        "isn't used by a hotkey.");
+               "Click a field and press any key combination to set it — e.g. %1, %2, or hold "
+               "%3. Every hotkey needs at least one modifier (Super, Alt, Ctrl, Shift or %3). "
+               "Hold the hotkey while speaking, release to send. Double-tap %3 for hands-free "
+               "is available only when %3 isn't used by a hotkey.")
+        .arg(combination, withKey, fn);
 }
 
 Shortcut::Flags ShortcutRecorder::cgFlags(Shortcut::Flags flags, bool includeFn)

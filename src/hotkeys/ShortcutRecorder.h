@@ -16,7 +16,8 @@ class QKeyEvent;
 // application's own key events (an event filter on the application) and keeps them from
 // the rest of the application. Modifiers held on their own become a modifier-only
 // shortcut when the last one is released (all that were held at once count); a key
-// pressed with at least one of ⌃ ⌥ ⇧ ⌘ becomes a key combination at once. Escape cancels.
+// pressed with at least one of Ctrl, Alt, Shift or Super becomes a key combination at once.
+// Escape cancels.
 class ShortcutRecorder : public QObject
 {
     Q_OBJECT
@@ -29,7 +30,7 @@ class ShortcutRecorder : public QObject
     Q_PROPERTY(bool empty READ isEmpty NOTIFY shortcutChanged)
     Q_PROPERTY(QString label READ label NOTIFY labelChanged)
     Q_PROPERTY(bool recording READ isRecording NOTIFY recordingChanged)
-    Q_PROPERTY(QString hint READ hint CONSTANT)
+    Q_PROPERTY(QString hint READ hint NOTIFY hintChanged)
 public:
     // Without a map of its own the recorder uses the default one, read when recording starts.
     explicit ShortcutRecorder(QObject *parent = nullptr);
@@ -54,7 +55,7 @@ public:
 
     // Shift, control, option and command of the flags, plus fn when asked for and held.
     static Shortcut::Flags cgFlags(Shortcut::Flags flags, bool includeFn);
-    // A symbol or name for special keys, else the characters upper-cased, else "Key <code>".
+    // The name of a special key, else the characters upper-cased, else "Key <code>".
     static QString keyLabel(int keyCode, const QString &characters);
 
     // The field's click: starts recording, or stops it leaving the shortcut as it was.
@@ -64,6 +65,7 @@ public:
 Q_SIGNALS:
     void shortcutChanged();
     void labelChanged();
+    void hintChanged();
     void recordingChanged();
     // The user recorded or cleared a shortcut; the one to save.
     void edited(const Shortcut &shortcut);

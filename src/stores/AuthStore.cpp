@@ -122,9 +122,11 @@ QCoro::Task<bool> AuthStore::signOut()
 {
     m_token.clear();
     setUser(std::nullopt);
+    // The keyring is asked first; the caches empty while it answers.
+    QCoro::Task<Keychain::Reply> removal = m_keychain.remove(QString::fromLatin1(keychainKey));
     for (UserDataCache *cache : std::as_const(m_caches))
         cache->reset();
-    const Keychain::Reply removed = co_await m_keychain.remove(QString::fromLatin1(keychainKey));
+    const Keychain::Reply removed = co_await std::move(removal);
     co_return removed.status == Keychain::Status::ok;
 }
 

@@ -65,6 +65,8 @@ std::optional<Settings> Settings::decode(const QJsonValue &value)
         settings.theme = *theme;
     if (const QJsonValue v = object.value(QLatin1String("micUID")); v.isString())
         settings.micUID = v.toString();
+    if (const QJsonValue v = object.value(QLatin1String("includeComputerAudio")); v.isBool())
+        settings.includeComputerAudio = v.toBool();
     return settings;
 }
 
@@ -78,5 +80,6 @@ QJsonObject Settings::encode() const
         {QStringLiteral("pasteAutomatically"), pasteAutomatically},
         {QStringLiteral("theme"), appThemeName(theme)},
         {QStringLiteral("micUID"), micUID},
+        {QStringLiteral("includeComputerAudio"), includeComputerAudio},
     };
 }

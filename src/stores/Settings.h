@@ -25,6 +25,8 @@ struct Settings
     AppTheme theme = AppTheme::system;
     // Empty: the system's default input.
     QString micUID;
+    // Meetings also record what the computer plays.
+    bool includeComputerAudio = true;
 
     // The shortcut that starts `mode`.
     const Shortcut &shortcut(CaptureMode mode) const;
@@ -33,7 +35,7 @@ struct Settings
     // and a hotkey in the older string form is converted. Only a value that is not an
     // object fails (nullopt).
     static std::optional<Settings> decode(const QJsonValue &value);
-    // All seven keys, always.
+    // All eight keys, always.
     QJsonObject encode() const;
 
     friend bool operator==(const Settings &, const Settings &) = default;

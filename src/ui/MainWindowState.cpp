@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QHash>
 #include <QJSEngine>
 
 MainWindowState &MainWindowState::shared()
@@ -63,31 +62,4 @@ QString MainWindowState::backendCommandIn(const QString &directory)
     if (server.isExecutable() && !server.absolutePath().startsWith(QLatin1String("/usr/")))
         return QStringLiteral("cd %1 && ./ovrin-server").arg(server.absolutePath());
     return QStringLiteral("ovrin-server");
-}
-
-void MainWindowState::setFnKey(const QString &key)
-{
-    if (m_fnKey == key)
-        return;
-    m_fnKey = key;
-    Q_EMIT fnKeyChanged();
-}
-
-void MainWindowState::setFnKeyChoices(const QStringList &choices)
-{
-    if (m_fnKeyChoices == choices)
-        return;
-    m_fnKeyChoices = choices;
-    Q_EMIT fnKeyChoicesChanged();
-}
-
-QString MainWindowState::fnKeyLabel(const QString &keysym)
-{
-    static const QHash<QString, QString> labels{
-        {QStringLiteral("Control_R"), QStringLiteral("Right Ctrl")},
-        {QStringLiteral("Alt_R"), QStringLiteral("Right Alt")},
-        {QStringLiteral("Super_R"), QStringLiteral("Right Super")},
-        {QStringLiteral("Menu"), QStringLiteral("Menu")},
-    };
-    return labels.value(keysym, keysym);
 }

@@ -24,9 +24,6 @@ class MainWindowState : public QObject
     Q_PROPERTY(QString updateInfo READ updateInfo WRITE setUpdateInfo NOTIFY updateInfoChanged)
     // The shell command that starts the backend, for the home page's offline row.
     Q_PROPERTY(QString backendCommand READ backendCommand CONSTANT)
-    // The key that acts as fn, an X keysym name of fnKeyChoices; the application applies it.
-    Q_PROPERTY(QString fnKey READ fnKey WRITE setFnKey NOTIFY fnKeyChanged)
-    Q_PROPERTY(QStringList fnKeyChoices READ fnKeyChoices WRITE setFnKeyChoices NOTIFY fnKeyChanged)
 public:
     static MainWindowState &shared();
     static MainWindowState *create(QQmlEngine *, QJSEngine *);
@@ -42,20 +39,12 @@ public:
     QString backendCommand() const;
     // In `directory`, a build or install with ovrin-server beside ovrin gets that path.
     static QString backendCommandIn(const QString &directory);
-    const QString &fnKey() const { return m_fnKey; }
-    void setFnKey(const QString &key);
-    const QStringList &fnKeyChoices() const { return m_fnKeyChoices; }
-    void setFnKeyChoices(const QStringList &choices);
-    // "Right Ctrl" for "Control_R", and so on.
-    Q_INVOKABLE static QString fnKeyLabel(const QString &keysym);
 
 Q_SIGNALS:
     void trayMissingChanged();
     void signInErrorChanged();
     void helpTopicChanged();
     void updateInfoChanged();
-    void fnKeyChanged();
-    void fnKeyChoicesChanged();
     // From the window's menu.
     void quitRequested();
     // The Meetings page's record button: start, or stop and upload.
@@ -69,6 +58,4 @@ private:
     QString m_signInError;
     QString m_helpTopic;
     QString m_updateInfo;
-    QString m_fnKey;
-    QStringList m_fnKeyChoices;
 };

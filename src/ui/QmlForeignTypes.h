@@ -3,6 +3,7 @@
 // The stores and audio objects as QML types, without them knowing about QML.
 #include "audio/MeetingAudioPlayer.h"
 #include "audio/MeetingRecorder.h"
+#include "platform/FnKey.h"
 #include "stores/AssistantStore.h"
 #include "stores/AuthStore.h"
 #include "stores/DictionaryStore.h"
@@ -89,6 +90,17 @@ public:
     {
         return QmlStores::singleton<MeetingRecorder>();
     }
+};
+
+// The key that acts as fn, chosen on the settings page.
+struct FnKeyForeign
+{
+    Q_GADGET
+    QML_FOREIGN(FnKey)
+    QML_NAMED_ELEMENT(FnKey)
+    QML_SINGLETON
+public:
+    static FnKey *create(QQmlEngine *, QJSEngine *) { return QmlStores::singleton<FnKey>(); }
 };
 
 // The rows of the stores' lists; made only by the stores.

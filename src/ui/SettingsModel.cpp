@@ -73,6 +73,16 @@ void SettingsModel::setMicUID(const QString &uid)
     edit([&uid](Settings &s) { s.micUID = uid; });
 }
 
+bool SettingsModel::includeComputerAudio() const
+{
+    return current().includeComputerAudio;
+}
+
+void SettingsModel::setIncludeComputerAudio(bool on)
+{
+    edit([on](Settings &s) { s.includeComputerAudio = on; });
+}
+
 QJsonObject SettingsModel::pushToTalkKey() const
 {
     return current().pushToTalkKey.encode();

@@ -23,6 +23,8 @@ class SettingsModel : public QObject
     // "system", "light" or "dark".
     Q_PROPERTY(QString theme READ theme WRITE setTheme NOTIFY changed)
     Q_PROPERTY(QString micUID READ micUID WRITE setMicUID NOTIFY changed)
+    Q_PROPERTY(bool includeComputerAudio READ includeComputerAudio WRITE setIncludeComputerAudio
+                   NOTIFY changed)
     // Shortcuts as settings.json holds them.
     Q_PROPERTY(QJsonObject pushToTalkKey READ pushToTalkKey WRITE setPushToTalkKey NOTIFY changed)
     Q_PROPERTY(QJsonObject askKey READ askKey WRITE setAskKey NOTIFY changed)
@@ -39,6 +41,8 @@ public:
     void setTheme(const QString &name);
     QString micUID() const;
     void setMicUID(const QString &uid);
+    bool includeComputerAudio() const;
+    void setIncludeComputerAudio(bool on);
     QJsonObject pushToTalkKey() const;
     void setPushToTalkKey(const QJsonObject &shortcut);
     QJsonObject askKey() const;

@@ -248,8 +248,9 @@ void TestEndToEnd::transcriptsInWindowAndTray()
     // The tray menu lists the newest first under "Recent transcripts"; choosing it copies it.
     const qsizetype from = m_ovrin.mark();
     QVERIFY(m_user->chooseTrayItem(1, QStringLiteral("tray-recent-transcripts")));
-    QVERIFY2(m_ovrin.waitForLog(QStringLiteral("Copied transcript from the menu bar."), 5000, from),
-             qPrintable(m_ovrin.logSince(from)));
+    QVERIFY2(
+        m_ovrin.waitForLog(QStringLiteral("Copied transcript from the system tray."), 5000, from),
+        qPrintable(m_ovrin.logSince(from)));
     QCOMPARE(clipboardText(m_transcript, 5000), m_transcript);
 }
 
@@ -319,7 +320,7 @@ void TestEndToEnd::meeting()
 
     qsizetype from = m_ovrin.mark();
     QVERIFY(m_user->chooseTrayItem(downs));
-    QVERIFY2(m_ovrin.waitForLog(QStringLiteral("Meeting recording started from the menu bar."),
+    QVERIFY2(m_ovrin.waitForLog(QStringLiteral("Meeting recording started from the system tray."),
                                 5000, from),
              qPrintable(m_ovrin.logSince(from)));
     QVERIFY(m_microphone->say(QStringLiteral("good morning everyone")));

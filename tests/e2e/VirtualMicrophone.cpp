@@ -19,5 +19,5 @@ bool VirtualMicrophone::say(const QString &sentence)
                            sentence, QStringLiteral("-o"), file}) != 0)
         return false;
     return QProcess::execute(QStringLiteral("paplay"),
-                             {QStringLiteral("-d"), QStringLiteral("speaker"), file}) == 0;
+                             {QStringLiteral("-d"), QStringLiteral("micfeed"), file}) == 0;
 }

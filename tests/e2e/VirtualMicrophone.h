@@ -2,7 +2,7 @@
 
 #include <QString>
 
-// The test session's microphone: whatever plays into the "speaker" sink is what the
+// The test session's microphone: whatever plays into the "micfeed" sink is what the
 // default source "testmic" records. Speech is made with flite's slt voice, which the
 // server's offline recogniser understands best.
 class VirtualMicrophone

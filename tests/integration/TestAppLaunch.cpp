@@ -98,7 +98,7 @@ private Q_SLOTS:
         m_keySource = std::make_unique<X11KeySource>();
         m_keySynthesizer = std::make_unique<X11KeySynthesizer>();
         m_clipboard = std::make_unique<XFixesClipboardWatcher>();
-        m_keyboardMap = std::make_unique<X11KeyboardMap>(X11KeySource::configuredFnKey());
+        m_keyboardMap = std::make_unique<X11KeyboardMap>(FnKey::shared().key());
         m_permissions.accessibility = false;
         m_delegate = std::make_unique<AppDelegate>(
             PlatformServices{m_permissions, m_loginItem, m_systemLog, *m_keySource,
@@ -214,22 +214,33 @@ private Q_SLOTS:
         QCOMPARE(item.statusText(), QStringLiteral("Copied ✓"));
     }
 
+    // The tray's item and the Meetings page's button drive the same recorder; the log says
+    // which one started it.
     void meetingItemFollowsTheRecorder()
     {
         TrayStatusItem &item = m_delegate->statusItem();
-        m_delegate->toggleMeeting();
+        item.meetingItem()->trigger();
         QVERIFY2(MeetingRecorder::shared().isRecording(), qPrintable(model().logLines().last()));
         QCOMPARE(item.meetingItem()->text(), QStringLiteral("Stop Recording Meeting"));
         QCOMPARE(item.symbol(), QStringLiteral("record.circle.fill"));
         QCOMPARE(item.statusText(), QStringLiteral("Recording meeting…"));
         QCOMPARE(messages(model()).last(),
-                 QStringLiteral("Meeting recording started from the menu bar."));
+                 QStringLiteral("Meeting recording started from the system tray."));
+        // This recorder has no computer-audio source: said once, in the activity log.
+        QCOMPARE(count("Computer audio isn't available; recording the microphone only."), 1);
 
-        m_delegate->toggleMeeting();
+        item.meetingItem()->trigger();
         QVERIFY(!MeetingRecorder::shared().isRecording());
         QCOMPARE(item.meetingItem()->text(), QStringLiteral("Record Meeting"));
         QCOMPARE(item.symbol(), QStringLiteral("mic"));
         QCOMPARE(item.statusText(), QStringLiteral("Meeting saved — transcribing…"));
+
+        Q_EMIT MainWindowState::shared().meetingToggleRequested();
+        QVERIFY2(MeetingRecorder::shared().isRecording(), qPrintable(model().logLines().last()));
+        QCOMPARE(messages(model()).last(),
+                 QStringLiteral("Meeting recording started from the Meetings page."));
+        Q_EMIT MainWindowState::shared().meetingToggleRequested();
+        QVERIFY(!MeetingRecorder::shared().isRecording());
     }
 
     void signInCallbacks()

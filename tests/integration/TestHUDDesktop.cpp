@@ -6,10 +6,12 @@
 #include "core/SystemClock.h"
 #include "desktop/CorrectionPrompt.h"
 #include "desktop/FloatingPanel.h"
+#include "hotkeys/Shortcut.h"
 #include "hud/HUDHistory.h"
 #include "hud/QtHUDScreens.h"
 #include "hud/QuickHUDPanel.h"
 #include "hud/RecordingHUD.h"
+#include "platform/FnKey.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
 #include "platform/linux/X11CompositorProbe.h"
 #include "stores/HistoryStore.h"
@@ -178,11 +180,14 @@ private Q_SLOTS:
             m_hud->appendStreaming(word + u' ');
             QTest::qWait(25);
         }
-        m_hud->finishStreaming(QStringLiteral("fn ⌃"), QString());
+        // The default ask shortcut with the default fn key, as the application names it.
+        FnKey::shared().setKey(QStringLiteral("Control_R"));
+        m_hud->finishStreaming(Shortcut::legacy(QStringLiteral("fn+control")).displayName(),
+                               QString());
         QVERIFY(settled());
         QVERIFY(m_panel->frame().height() > startHeight);
         QCOMPARE(item("followUpHint")->property("text").toString(),
-                 QStringLiteral("Hold fn ⌃ to ask a follow-up"));
+                 QStringLiteral("Hold Right Ctrl+Left Ctrl to ask a follow-up"));
         QVERIFY(item("answerText")->property("text").toString().startsWith("The paragraph"));
         QVERIFY(saveShot(QStringLiteral("hud-answer-card")) > 8);
 

@@ -1,6 +1,7 @@
 // The Home, Settings, Console and Connections pages of the main window on the test desktop:
 // what they show from the fake backend and the application model, and what their
 // controls change.
+#include "platform/FnKey.h"
 #include "ui/MainWindowState.h"
 #include "ui/ThemeStore.h"
 #include "window/MainWindowFixture.h"
@@ -63,8 +64,7 @@ class TestHomeSettingsPages : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        MainWindowState::shared().setFnKeyChoices({"Control_R", "Alt_R", "Super_R", "Menu"});
-        MainWindowState::shared().setFnKey("Control_R");
+        FnKey::shared().setKey("Control_R");
         MainWindowState::shared().setUpdateInfo("Updates come with your system's packages.");
         QVERIFY(m_rig.start());
     }
@@ -74,8 +74,8 @@ private Q_SLOTS:
         setSetup(true, true, true, true);
         QQuickItem *page = m_rig.showPage(home);
         QVERIFY(page);
-        VERIFY_TEXT(page, "Talk to your Mac");
-        VERIFY_TEXT(page, "Hold fn (Right Ctrl) anywhere to dictate. Use the shortcuts below "
+        VERIFY_TEXT(page, "Talk to your computer");
+        VERIFY_TEXT(page, "Hold Right Ctrl anywhere to dictate. Use the shortcuts below "
                           "for AI and screen help.");
         VERIFY_TEXT(page, "All set");
         QVERIFY(!MainWindowFixture::findText(page, "Finish setup"));
@@ -83,9 +83,10 @@ private Q_SLOTS:
 
         // The shortcuts panel names the model's keys.
         for (const QString &text :
-             {QStringLiteral("Dictate"), QStringLiteral("fn (Right Ctrl)"),
-              QStringLiteral("Ask AI"), m_rig.model->askKeyName(), QStringLiteral("Read screen"),
-              m_rig.model->screenKeyName(), QStringLiteral("Hands-free"), QStringLiteral("fn fn")})
+             {QStringLiteral("Dictate"), QStringLiteral("Right Ctrl"), QStringLiteral("Ask AI"),
+              QStringLiteral("Right Ctrl+Left Ctrl"), QStringLiteral("Read screen"),
+              QStringLiteral("Right Ctrl+Left Ctrl+Alt"), QStringLiteral("Hands-free"),
+              QStringLiteral("Right Ctrl ×2")})
             VERIFY_TEXT(page, text);
 
         // Losing permissions while the page is open adds their rows; the backend row names
@@ -134,8 +135,13 @@ private Q_SLOTS:
         m_rig.model->evaluateLaunchAtLoginPrompt(true);
         QTRY_VERIFY(visibleItem(page, "launchAtLoginPrompt"));
         VERIFY_TEXT(page, "Start Ovrin at login?");
-        VERIFY_TEXT(page, "Ovrin stays in the menu bar so global hotkeys work in any app. Open it "
+        VERIFY_TEXT(page, "Ovrin stays in the system tray so global hotkeys work in any app. "
+                          "Open it automatically when you log in?");
+        // Without a tray host the window stays in the panel instead.
+        MainWindowState::shared().setTrayMissing(true);
+        VERIFY_TEXT(page, "Ovrin stays in the panel so global hotkeys work in any app. Open it "
                           "automatically when you log in?");
+        MainWindowState::shared().setTrayMissing(false);
         VERIFY_TEXT(page, "Not Now");
         press(MainWindowFixture::findText(page, "Open at Login"));
         QTRY_VERIFY(m_rig.loginItem.enabled);
@@ -154,9 +160,9 @@ private Q_SLOTS:
               "Clean up dictation with AI",
               "Cleanup removes filler words and fixes punctuation before pasting. Runs on the "
               "backend; doesn't affect Ask-AI.",
-              "Which microphone Ovrin records from. “System Default” follows your Mac's current "
-              "input. Applies on your next dictation.",
-              "Refresh device list", "Light, dark, or match your Mac's system appearance.",
+              "Which microphone Ovrin records from. “System Default” follows your computer's "
+              "current input. Applies on your next dictation.",
+              "Refresh device list", "Light, dark, or match your system appearance.",
               "Launch at login", "Check for Updates", "Ovrin checks for updates automatically.",
               "Ada Lovelace", "ada@example.com", "Sign Out"})
             VERIFY_TEXT(page, text);
@@ -165,6 +171,11 @@ private Q_SLOTS:
         press(MainWindowFixture::findItem(page, "pasteSwitch"));
         QTRY_COMPARE(m_rig.settings->current().pasteAutomatically, !paste);
         QCOMPARE(savedSettings().value("pasteAutomatically").toBool(), !paste);
+
+        QVERIFY(m_rig.settings->current().includeComputerAudio);
+        press(MainWindowFixture::findItem(page, "computerAudioSwitch"));
+        QTRY_VERIFY(!m_rig.settings->current().includeComputerAudio);
+        QCOMPARE(savedSettings().value("includeComputerAudio").toBool(), false);
 
         const bool cleanup = m_rig.settings->current().cleanupEnabled;
         press(MainWindowFixture::findItem(page, "cleanupSwitch"));
@@ -201,13 +212,18 @@ private Q_SLOTS:
         QTRY_VERIFY(m_rig.loginItem.enabled);
         QVERIFY(login->property("checked").toBool());
 
-        // The fn key choice, by its label.
+        // The fn key choice, by its label; the hotkey fields and their help follow it.
         QQuickItem *fnKey = MainWindowFixture::findItem(page, "fnKeyBox");
+        QQuickItem *hint = MainWindowFixture::findItem(page, "hotkeyHint");
+        QVERIFY(hint->property("text").toString().contains("or hold Right Ctrl."));
         QCOMPARE(fnKey->property("displayText").toString(), QStringLiteral("Right Ctrl"));
         fnKey->forceActiveFocus(Qt::TabFocusReason);
         QTest::keyClick(m_rig.window(), Qt::Key_Down);
-        QTRY_COMPARE(MainWindowState::shared().fnKey(), QStringLiteral("Alt_R"));
+        QTRY_COMPARE(FnKey::shared().key(), QStringLiteral("Alt_R"));
         QCOMPARE(fnKey->property("displayText").toString(), QStringLiteral("Right Alt"));
+        QVERIFY(hint->property("text").toString().contains("Double-tap Right Alt for hands-free"));
+        m_rig.saveScreenshot(QStringLiteral("settings-hotkeys-fn-right-alt"));
+        FnKey::shared().setKey("Control_R");
 
         press(MainWindowFixture::findText(page, "Check for Updates"));
         QObject *dialog = page->findChild<QObject *>("updateDialog");

@@ -1,5 +1,6 @@
 // The main window on the test desktop against a fake backend: the sidebar, every page with
 // its texts and its store's data, and a screenshot of every page in both themes.
+#include "ui/MainWindowState.h"
 #include "ui/SidebarNavigation.h"
 #include "ui/ThemeStore.h"
 #include "window/MainWindowFixture.h"
@@ -106,6 +107,26 @@ private Q_SLOTS:
             }
         }
         ThemeStore::shared().setPreference(AppTheme::system);
+    }
+
+    // With a tray the window hides; without one it only minimizes, as the panel is then the
+    // only way back.
+    void hideMenuItemHidesTheWindow()
+    {
+        QQuickWindow *window = m_rig.window();
+        QObject *hide = window->findChild<QObject *>("hideAction");
+        QVERIFY(hide);
+        QCOMPARE(hide->property("text").toString(), QStringLiteral("Hide Ovrin"));
+        MainWindowState::shared().setTrayMissing(true);
+        QMetaObject::invokeMethod(hide, "trigger");
+        QTRY_COMPARE(window->visibility(), QWindow::Minimized);
+        MainWindowState::shared().setTrayMissing(false);
+        window->showNormal();
+        QTRY_VERIFY(window->isVisible());
+        QMetaObject::invokeMethod(hide, "trigger");
+        QTRY_VERIFY(!window->isVisible());
+        window->show();
+        QTRY_VERIFY(window->isExposed());
     }
 
     // Last: signing out leaves the rig on the login page.

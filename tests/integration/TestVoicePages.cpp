@@ -229,7 +229,7 @@ private Q_SLOTS:
     {
         QVERIFY(m_rig.showPage(5));
         QVERIFY(text("Meetings"));
-        QVERIFY(text("Record your mic and the Mac's audio, then get AI notes."));
+        QVERIFY(text("Record your mic and the computer's audio, then get AI notes."));
         QVERIFY(text("Tap the mic to start. You can play audio and speak at the same time."));
         QTRY_VERIFY2(text("Weekly product sync"), qPrintable(shown()));
         QVERIFY(text(Formats::day(QDateTime::fromString("2026-11-21T15:00:00Z", Qt::ISODate))));

@@ -7,7 +7,7 @@ import QtQuick.Window
 Rectangle {
     id: card
     required property var hudState
-    property var historyEntries: []   // [{question, answer}], oldest first
+    property var historyEntries: []   // [{question, answer}], newest first
     property bool translucent: true
     property bool copied: false
 

@@ -3,7 +3,6 @@
 #include "platform/linux/MacKeyCodes.h"
 #include "platform/linux/X11KeyboardMap.h"
 
-#include <QSettings>
 #include <QSocketNotifier>
 
 #include <X11/XKBlib.h>
@@ -41,27 +40,6 @@ unsigned xModifiers(std::uint64_t flags, unsigned fnMask)
 }
 
 } // namespace
-
-QStringList X11KeySource::fnKeyChoices()
-{
-    return {QStringLiteral("Control_R"), QStringLiteral("Alt_R"), QStringLiteral("Super_R"),
-            QStringLiteral("Menu")};
-}
-
-QString X11KeySource::configuredFnKey()
-{
-    const QString stored = QSettings(QStringLiteral("Ovrin"), QStringLiteral("Ovrin"))
-                               .value(QStringLiteral("fnKey"))
-                               .toString();
-    return fnKeyChoices().contains(stored) ? stored : fnKeyChoices().first();
-}
-
-void X11KeySource::setConfiguredFnKey(const QString &keysymName)
-{
-    if (fnKeyChoices().contains(keysymName))
-        QSettings(QStringLiteral("Ovrin"), QStringLiteral("Ovrin"))
-            .setValue(QStringLiteral("fnKey"), keysymName);
-}
 
 X11KeySource::X11KeySource(const QString &fnKey, QObject *parent) : QObject(parent)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/FnKey.h"
 #include "platform/KeyEventSource.h"
 
 #include <QHash>
@@ -20,13 +21,8 @@ class X11KeySource : public QObject, public KeyEventSource
 {
     Q_OBJECT
 public:
-    // The keys that can act as fn, as X keysym names; the first is the default.
-    static QStringList fnKeyChoices();
-    // The choice kept in QSettings ("fnKey"), not in settings.json.
-    static QString configuredFnKey();
-    static void setConfiguredFnKey(const QString &keysymName);
-
-    explicit X11KeySource(const QString &fnKey = configuredFnKey(), QObject *parent = nullptr);
+    // fnKey: an X keysym name, one of FnKey::choices().
+    explicit X11KeySource(const QString &fnKey = FnKey::shared().key(), QObject *parent = nullptr);
     ~X11KeySource() override;
 
     // Another key acts as fn from now on; the grabs of combinations with fn follow it. Keys

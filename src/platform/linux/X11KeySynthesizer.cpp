@@ -1,5 +1,6 @@
 #include "platform/linux/X11KeySynthesizer.h"
 
+#include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
@@ -84,18 +85,26 @@ void X11KeySynthesizer::send(Command command)
     if (!m_display)
         return;
     const bool terminal = terminalClasses().contains(focusedWindowClass());
-    const KeyCode control = XKeysymToKeycode(m_display, XK_Control_L);
-    const KeyCode shift = XKeysymToKeycode(m_display, XK_Shift_L);
     const KeyCode key = XKeysymToKeycode(m_display, command == Command::paste ? XK_v : XK_c);
-    if (!control || !key)
+    // A modifier the user already holds (the Ask chord is down while its selection is copied)
+    // is left alone: releasing it would release the user's key too and end the hold.
+    XkbStateRec state{};
+    XkbGetState(m_display, XkbUseCoreKbd, &state);
+    const bool controlHeld = state.mods & ControlMask;
+    const bool shiftHeld = state.mods & ShiftMask;
+    const KeyCode control = controlHeld ? 0 : XKeysymToKeycode(m_display, XK_Control_L);
+    const KeyCode shift = terminal && !shiftHeld ? XKeysymToKeycode(m_display, XK_Shift_L) : 0;
+    if (!key || (!control && !controlHeld))
         return;
-    XTestFakeKeyEvent(m_display, control, True, CurrentTime);
-    if (terminal && shift)
-        XTestFakeKeyEvent(m_display, shift, True, CurrentTime);
+    for (KeyCode modifier : {control, shift}) {
+        if (modifier)
+            XTestFakeKeyEvent(m_display, modifier, True, CurrentTime);
+    }
     XTestFakeKeyEvent(m_display, key, True, CurrentTime);
     XTestFakeKeyEvent(m_display, key, False, CurrentTime);
-    if (terminal && shift)
-        XTestFakeKeyEvent(m_display, shift, False, CurrentTime);
-    XTestFakeKeyEvent(m_display, control, False, CurrentTime);
+    for (KeyCode modifier : {shift, control}) {
+        if (modifier)
+            XTestFakeKeyEvent(m_display, modifier, False, CurrentTime);
+    }
     XFlush(m_display);
 }

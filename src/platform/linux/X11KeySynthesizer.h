@@ -7,7 +7,8 @@
 struct _XDisplay;
 
 // Ctrl+V / Ctrl+C through XTest, or Ctrl+Shift+V / Ctrl+Shift+C when the focused window
-// belongs to a terminal (by WM_CLASS).
+// belongs to a terminal (by WM_CLASS). Modifiers the user already holds are not pressed
+// again; any other modifier held joins the keystroke (X has no per-event flags).
 class X11KeySynthesizer : public KeySynthesizer
 {
 public:

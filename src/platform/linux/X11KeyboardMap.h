@@ -10,7 +10,7 @@ struct _XDisplay;
 class X11KeyboardMap : public KeyboardMap
 {
 public:
-    // fnKey: an X keysym name, one of X11KeySource::fnKeyChoices().
+    // fnKey: an X keysym name, one of FnKey::choices().
     explicit X11KeyboardMap(const QString &fnKey);
     ~X11KeyboardMap() override;
     X11KeyboardMap(const X11KeyboardMap &) = delete;

@@ -2,6 +2,7 @@
 
 #include <QDeadlineTimer>
 
+#include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/Xfixes.h>
 #include <poll.h>
@@ -15,8 +16,11 @@ XFixesClipboardWatcher::XFixesClipboardWatcher() : m_display(XOpenDisplay(nullpt
         m_display = nullptr;
         return;
     }
-    XFixesSelectSelectionInput(m_display, DefaultRootWindow(m_display),
-                               XInternAtom(m_display, "CLIPBOARD", False),
+    m_clipboard = XInternAtom(m_display, "CLIPBOARD", False);
+    m_property = XInternAtom(m_display, "OVRIN_CLIPBOARD", False);
+    m_requestor = XCreateSimpleWindow(m_display, DefaultRootWindow(m_display), 0, 0, 1, 1, 0, 0, 0);
+    XSelectInput(m_display, m_requestor, PropertyChangeMask);
+    XFixesSelectSelectionInput(m_display, DefaultRootWindow(m_display), m_clipboard,
                                XFixesSetSelectionOwnerNotifyMask);
     XSync(m_display, False);
 }
@@ -27,35 +31,132 @@ XFixesClipboardWatcher::~XFixesClipboardWatcher()
         XCloseDisplay(m_display);
 }
 
-void XFixesClipboardWatcher::drain()
+void XFixesClipboardWatcher::drain(const EventHandler &other)
 {
     while (m_display && XPending(m_display)) {
         XEvent event;
         XNextEvent(m_display, &event);
-        if (event.type == m_eventBase + XFixesSelectionNotify)
+        if (event.type == m_eventBase + XFixesSelectionNotify) {
             ++m_count;
+            m_claimTime =
+                reinterpret_cast<const XFixesSelectionNotifyEvent &>(event).selection_timestamp;
+        } else if (other) {
+            other(event);
+        }
     }
 }
 
 std::uint64_t XFixesClipboardWatcher::changeCount()
 {
+    if (!m_display)
+        return m_count;
+    // A round trip: every notice the server sent before now is in, our own claims included.
+    XSync(m_display, False);
     drain();
     return m_count;
+}
+
+bool XFixesClipboardWatcher::waitUntil(const std::function<bool()> &done,
+                                       const QDeadlineTimer &deadline, const EventHandler &other)
+{
+    XFlush(m_display);
+    for (;;) {
+        drain(other);
+        if (done())
+            return true;
+        const qint64 left = deadline.remainingTime();
+        if (left == 0)
+            return false;
+        pollfd fd{ConnectionNumber(m_display), POLLIN, 0};
+        poll(&fd, 1, int(left));
+    }
 }
 
 bool XFixesClipboardWatcher::waitForChange(std::uint64_t since, int milliseconds)
 {
     if (!m_display)
         return false;
-    // Waits on this connection only: the application's event loop is not run here.
     const QDeadlineTimer deadline(milliseconds);
-    XFlush(m_display);
-    while (changeCount() == since) {
-        const qint64 left = deadline.remainingTime();
-        if (left <= 0)
-            return false;
-        pollfd fd{ConnectionNumber(m_display), POLLIN, 0};
-        poll(&fd, 1, int(left));
+    changeCount();
+    return waitUntil([this, since] { return m_count != since; }, deadline);
+}
+
+std::optional<QString> XFixesClipboardWatcher::text(int milliseconds)
+{
+    if (!m_display)
+        return std::nullopt;
+    const QDeadlineTimer deadline(milliseconds);
+    changeCount(); // the claim time of the owner that holds the clipboard now
+    if (const auto utf8 = convert(XInternAtom(m_display, "UTF8_STRING", False), deadline))
+        return QString::fromUtf8(*utf8);
+    if (deadline.hasExpired())
+        return std::nullopt;
+    if (const auto latin1 = convert(XA_STRING, deadline))
+        return QString::fromLatin1(*latin1);
+    return std::nullopt;
+}
+
+std::optional<QByteArray> XFixesClipboardWatcher::convert(unsigned long target,
+                                                          const QDeadlineTimer &deadline)
+{
+    XDeleteProperty(m_display, m_requestor, m_property);
+    XConvertSelection(m_display, m_clipboard, target, m_property, m_requestor, m_claimTime);
+    std::optional<Atom> property;
+    const bool answered = waitUntil([&property] { return property.has_value(); }, deadline,
+                                    [this, &property](const XEvent &event) {
+                                        if (event.type == SelectionNotify &&
+                                            event.xselection.requestor == m_requestor)
+                                            property = event.xselection.property;
+                                    });
+    if (!answered || *property == None)
+        return std::nullopt;
+
+    bool incremental = false;
+    std::optional<QByteArray> bytes = readProperty(incremental);
+    if (!incremental)
+        return bytes;
+    // Large texts come in pieces: each new value of the property is the next one, an empty
+    // one ends the transfer. Deleting the property asks for the next.
+    QByteArray whole;
+    for (;;) {
+        bool newValue = false;
+        const bool arrived =
+            waitUntil([&newValue] { return newValue; }, deadline,
+                      [this, &newValue](const XEvent &event) {
+                          newValue = newValue || (event.type == PropertyNotify &&
+                                                  event.xproperty.window == m_requestor &&
+                                                  event.xproperty.atom == m_property &&
+                                                  event.xproperty.state == PropertyNewValue);
+                      });
+        if (!arrived)
+            return std::nullopt;
+        const std::optional<QByteArray> piece = readProperty(incremental);
+        if (!piece)
+            return std::nullopt;
+        if (piece->isEmpty())
+            return whole;
+        whole += *piece;
     }
-    return true;
+}
+
+std::optional<QByteArray> XFixesClipboardWatcher::readProperty(bool &incremental)
+{
+    Atom type = None;
+    int format = 0;
+    unsigned long items = 0, after = 0;
+    unsigned char *data = nullptr;
+    if (XGetWindowProperty(m_display, m_requestor, m_property, 0, 0x1fffffff, True, AnyPropertyType,
+                           &type, &format, &items, &after, &data) != Success) {
+        return std::nullopt;
+    }
+    incremental = type == XInternAtom(m_display, "INCR", False);
+    std::optional<QByteArray> bytes;
+    if (type != None && !incremental && format == 8)
+        bytes = QByteArray(reinterpret_cast<const char *>(data), qsizetype(items));
+    else if (incremental)
+        bytes = QByteArray();
+    if (data)
+        XFree(data);
+    XFlush(m_display); // the deletion tells an incremental sender to go on
+    return bytes;
 }

@@ -2,9 +2,16 @@
 
 #include "platform/ClipboardWatcher.h"
 
-struct _XDisplay;
+#include <QByteArray>
 
-// CLIPBOARD owner changes, from XFixes selection notifications on a connection of its own.
+#include <functional>
+
+struct _XDisplay;
+union _XEvent;
+class QDeadlineTimer;
+
+// CLIPBOARD owner changes, from XFixes selection notifications on a connection of its own;
+// the text is asked for on the same connection, stamped with the owner's own claim time.
 class XFixesClipboardWatcher : public ClipboardWatcher
 {
 public:
@@ -16,11 +23,23 @@ public:
     bool isAvailable() const { return m_display != nullptr; }
     std::uint64_t changeCount() override;
     bool waitForChange(std::uint64_t since, int milliseconds) override;
+    std::optional<QString> text(int milliseconds) override;
 
 private:
-    void drain();
+    using EventHandler = std::function<void(const _XEvent &)>;
+    // Reads what has arrived: counts owner changes and hands every other event to `other`.
+    void drain(const EventHandler &other = {});
+    // Runs this connection (not the application's event loop) until `done` or the deadline.
+    bool waitUntil(const std::function<bool()> &done, const QDeadlineTimer &deadline,
+                   const EventHandler &other = {});
+    std::optional<QByteArray> convert(unsigned long target, const QDeadlineTimer &deadline);
+    std::optional<QByteArray> readProperty(bool &incremental);
 
     _XDisplay *m_display = nullptr;
     int m_eventBase = 0;
+    unsigned long m_clipboard = 0;
+    unsigned long m_requestor = 0; // our window, where the owner puts the text
+    unsigned long m_property = 0;
+    unsigned long m_claimTime = 0; // the current owner's claim; 0 (CurrentTime) when unknown
     std::uint64_t m_count = 0;
 };

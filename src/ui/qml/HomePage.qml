@@ -14,7 +14,7 @@ PageScaffold {
                                           && AppModel.screenRecordingTrusted
                                           && AppModel.backendReachable
 
-    title: "Talk to your Mac"
+    title: "Talk to your computer"
     subtitle: "Hold " + AppModel.hotkeyName + " anywhere to dictate. Use the shortcuts below for AI and screen help."
     onAppeared: AppModel.refreshPermissions()
 
@@ -43,7 +43,7 @@ PageScaffold {
             }
             Label {
                 Layout.fillWidth: true
-                text: "Ovrin stays in the menu bar so global hotkeys work in any app. Open it automatically when you log in?"
+                text: "Ovrin stays in the " + (MainWindowState.trayMissing ? "panel" : "system tray") + " so global hotkeys work in any app. Open it automatically when you log in?"
                 color: Theme.text
                 wrapMode: Text.WordWrap
             }
@@ -164,7 +164,7 @@ PageScaffold {
                     { symbol: "mic.fill", name: "Dictate", keys: AppModel.hotkeyName },
                     { symbol: "sparkles", name: "Ask AI", keys: AppModel.askKeyName },
                     { symbol: "magnifyingglass", name: "Read screen", keys: AppModel.screenKeyName },
-                    { symbol: "waveform", name: "Hands-free", keys: "fn fn" }
+                    { symbol: "waveform", name: "Hands-free", keys: AppModel.handsFreeKeyName }
                 ]
                 delegate: RowLayout {
                     id: shortcutRow

@@ -52,6 +52,12 @@ ApplicationWindow {
             }
             MenuSeparator {}
             Action {
+                objectName: "hideAction"
+                text: "Hide Ovrin"
+                onTriggered: window.hideToTray()
+            }
+            MenuSeparator {}
+            Action {
                 text: "Quit Ovrin"
                 shortcut: StandardKey.Quit
                 onTriggered: MainWindowState.quitRequested()
@@ -71,11 +77,6 @@ ApplicationWindow {
             }
             MenuSeparator {}
             Action {
-                text: "Cut"
-                shortcut: StandardKey.Cut
-                onTriggered: window.editCommand("cut")
-            }
-            Action {
                 text: "Copy"
                 shortcut: StandardKey.Copy
                 onTriggered: window.editCommand("copy")
@@ -93,6 +94,15 @@ ApplicationWindow {
         }
     }
 
+    // The tray (or Open Ovrin from a later launch) brings it back; without a tray the
+    // panel's entry is the only way back, so it is minimized instead.
+    function hideToTray() {
+        if (MainWindowState.trayMissing)
+            window.showMinimized();
+        else
+            window.hide();
+    }
+
     // The menu's editing commands act on the focused text field, if it has them.
     function editCommand(name) {
         const item = window.activeFocusItem;
@@ -107,7 +117,10 @@ ApplicationWindow {
         color: palette.highlight
         Label {
             id: notice
-            anchors.fill: parent
+            // Not filling the bar: its height is the text's, and the bar's follows it.
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.top: parent.top
             anchors.margins: 8
             wrapMode: Text.WordWrap
             color: palette.highlightedText

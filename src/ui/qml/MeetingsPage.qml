@@ -9,7 +9,7 @@ import Ovrin.App
 PageScaffold {
     id: page
     title: "Meetings"
-    subtitle: "Record your mic and the Mac's audio, then get AI notes."
+    subtitle: "Record your mic and the computer's audio, then get AI notes."
     loadError: MeetingStore.loadError
     onAppeared: MeetingStore.refresh()
 

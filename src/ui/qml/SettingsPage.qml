@@ -47,6 +47,7 @@ PageScaffold {
             SettingRow {
                 title: "Dictate (hold to type)"
                 ThemedShortcutField {
+                    id: pushToTalkField
                     objectName: "pushToTalkField"
                     Layout.preferredWidth: 220
                     shortcut: SettingsModel.pushToTalkKey
@@ -72,26 +73,33 @@ PageScaffold {
                 }
             }
             SettingRow {
-                visible: MainWindowState.fnKeyChoices.length > 0
                 title: "Key that acts as fn"
-                detail: "PC keyboards have no fn key the system can see, so this key plays its part in the shortcuts above and in hands-free (fn fn)."
+                detail: "PC keyboards have no fn key the system can see, so this key plays its part in the shortcuts above and in hands-free (tap it twice)."
                 ComboBox {
                     id: fnKeyBox
                     objectName: "fnKeyBox"
                     Layout.preferredWidth: 220
                     Accessible.name: "Key that acts as fn"
-                    model: MainWindowState.fnKeyChoices
-                    currentIndex: MainWindowState.fnKeyChoices.indexOf(MainWindowState.fnKey)
-                    displayText: MainWindowState.fnKeyLabel(MainWindowState.fnKey)
+                    model: FnKey.choices
+                    currentIndex: FnKey.choices.indexOf(FnKey.key)
+                    displayText: FnKey.label
                     delegate: ItemDelegate {
                         required property string modelData
                         required property int index
                         width: fnKeyBox.width
-                        text: MainWindowState.fnKeyLabel(modelData)
+                        text: FnKey.labelOf(modelData)
                         highlighted: fnKeyBox.highlightedIndex === index
                     }
-                    onActivated: index => MainWindowState.fnKey = MainWindowState.fnKeyChoices[index]
+                    onActivated: index => FnKey.key = FnKey.choices[index]
                 }
+            }
+            Label {
+                objectName: "hotkeyHint"
+                Layout.fillWidth: true
+                text: pushToTalkField.recorder.hint
+                wrapMode: Text.WordWrap
+                color: Theme.textSecondary
+                font.pointSize: Theme.captionSize
             }
         }
 
@@ -126,7 +134,7 @@ PageScaffold {
             }
             SettingRow {
                 title: "Microphone"
-                detail: "Which microphone Ovrin records from. “System Default” follows your Mac's current input. Applies on your next dictation."
+                detail: "Which microphone Ovrin records from. “System Default” follows your computer's current input. Applies on your next dictation."
                 ComboBox {
                     objectName: "microphoneBox"
                     Layout.preferredWidth: 220
@@ -145,6 +153,16 @@ PageScaffold {
                 icon.source: "icons/arrow.clockwise.svg"
                 onClicked: microphones.refresh()
             }
+            SettingRow {
+                title: "Include computer audio"
+                detail: "Meetings also record what your computer plays, so the other side of a call is in the notes."
+                Switch {
+                    objectName: "computerAudioSwitch"
+                    Accessible.name: "Include computer audio"
+                    checked: SettingsModel.includeComputerAudio
+                    onToggled: SettingsModel.includeComputerAudio = checked
+                }
+            }
         }
 
         Card {
@@ -159,7 +177,7 @@ PageScaffold {
             }
             SettingRow {
                 title: "Appearance"
-                detail: "Light, dark, or match your Mac's system appearance."
+                detail: "Light, dark, or match your system appearance."
                 Repeater {
                     model: [
                         { value: "system", name: "System" },

@@ -189,7 +189,6 @@ bool MainWindowFixture::start()
     defaults = std::make_unique<QSettings>(dir.filePath("defaults.ini"), QSettings::IniFormat);
     launchAtLogin = std::make_unique<LaunchAtLoginManager>(loginItem, *defaults);
     model = std::make_unique<AppModel>(clock, permissions, health, *launchAtLogin, systemLog);
-    model->setHotkeyName(QStringLiteral("fn (Right Ctrl)"));
 
     keychain.items.insert(QString::fromLatin1(AuthStore::keychainKey), QStringLiteral("token"));
     QCoro::waitFor(auth->restore());

@@ -271,6 +271,10 @@ private Q_SLOTS:
         row("redirect missing", "connect", {});
         row("redirect not an address", "connect", {{"redirectUrl", "no address"}});
         row("presign without key", "presign", {{"uploadUrl", "https://s3.example/k"}});
+        row("connection without label", "connections",
+            {{"apps", QJsonArray{QJsonObject{{"slug", "slack"}, {"connected", true}}}}});
+        row("created term without variants", "term",
+            {{"term", QJsonObject{{"id", "d1"}, {"term", "Qt"}}}});
         row("meeting without notes", "meetings",
             {{"meetings", QJsonArray{record(meeting, "notes")}}}, false);
     }
@@ -282,8 +286,9 @@ private Q_SLOTS:
         QFETCH(bool, badResponse);
         BackendRig rig;
         for (const char *method : {"GET", "POST"}) {
-            for (const char *path : {"/history", "/tasks", "/auth/me", "/auth/login",
-                                     "/connections/slack/connect", "/uploads/presign", "/meetings"})
+            for (const char *path :
+                 {"/history", "/tasks", "/auth/me", "/auth/login", "/connections",
+                  "/connections/slack/connect", "/dictionary", "/uploads/presign", "/meetings"})
                 rig.server.on(method, path).json(reply);
         }
         const auto start = [&]() -> QCoro::Task<void> {
@@ -299,6 +304,10 @@ private Q_SLOTS:
                 return discard(rig.backend.connect("slack"));
             if (call == "presign")
                 return discard(rig.backend.presignUpload());
+            if (call == "connections")
+                return discard(rig.backend.connections());
+            if (call == "term")
+                return discard(rig.backend.createDictionaryTerm("Qt", std::nullopt));
             return discard(rig.backend.meetings());
         };
         const auto outcome = rig.run(start());

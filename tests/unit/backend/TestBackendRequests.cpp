@@ -48,6 +48,8 @@ QCoro::Task<void> call(Backend &backend, const QString &name)
         return discard(backend.history(QStringLiteral("chat")));
     if (name == "clear transcripts")
         return backend.clearHistory(QStringLiteral("transcripts"));
+    if (name == "clear a scope with a space")
+        return backend.clearHistory(QStringLiteral("to do"));
     if (name == "delete task")
         return backend.deleteTask(QStringLiteral("t1"));
     if (name == "add history")
@@ -183,6 +185,8 @@ private Q_SLOTS:
         row("history", "GET", "/history");
         row("chat history", "GET", "/history?scope=chat");
         row("clear transcripts", "DELETE", "/history?scope=transcripts");
+        // Never "/history" alone, which would clear every scope.
+        row("clear a scope with a space", "DELETE", "/history?scope=to%20do");
         row("delete task", "DELETE", "/tasks/t1");
         row("add history", "POST", "/history",
             compact({{"kind", "dictation"}, {"text", "Héllo\n\"there\""}}));
@@ -226,6 +230,38 @@ private Q_SLOTS:
         QCOMPARE(request.body, body);
         if (!body.isEmpty())
             QCOMPARE(request.header("Content-Type"), QByteArray("application/json"));
+    }
+
+    void presignAddress_data()
+    {
+        QTest::addColumn<QJsonObject>("reply");
+        QTest::addColumn<QString>("expected"); // empty: badResponse
+        const QString upload = QStringLiteral("https://s3.example/b/k?sig=1");
+        const QString older = QStringLiteral("https://s3.example/older");
+        QTest::newRow("uploadUrl")
+            << QJsonObject{{"uploadUrl", upload}, {"url", older}, {"key", "k"}} << upload;
+        QTest::newRow("url only") << QJsonObject{{"url", older}, {"key", "k"}} << older;
+        QTest::newRow("uploadUrl null")
+            << QJsonObject{{"uploadUrl", QJsonValue::Null}, {"url", older}, {"key", "k"}} << older;
+        QTest::newRow("no address") << QJsonObject{{"uploadUrl", 5}, {"key", "k"}} << QString();
+        QTest::newRow("relative") << QJsonObject{{"uploadUrl", "/b/k"}, {"key", "k"}} << QString();
+    }
+
+    void presignAddress()
+    {
+        QFETCH(QJsonObject, reply);
+        QFETCH(QString, expected);
+        BackendRig rig;
+        rig.server.on("POST", "/uploads/presign").json(reply);
+        const auto outcome = rig.run(rig.backend.presignUpload());
+        if (expected.isEmpty()) {
+            VERIFY_BACKEND_ERROR(outcome, BackendError::Kind::badResponse,
+                                 "Unexpected response from the backend.");
+            return;
+        }
+        VERIFY_SUCCEEDED(outcome);
+        QCOMPARE(outcome.value->uploadURL, QUrl(expected));
+        QCOMPARE(outcome.value->key, QStringLiteral("k"));
     }
 
     void authorization_data()

@@ -109,10 +109,11 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("keys");
         QTest::newRow("separators")
             << "a  b\nc\td " << QStringList{"a", "b", "c", "d"} << QStringList{"a", "b", "c", "d"};
-        // No-break space and CR are not separators; CR is not punctuation either.
-        QTest::newRow("not separators")
-            << QStringLiteral("a\u00A0b c\r\nd") << QStringList{"a\u00A0b", "c\r", "d"}
-            << QStringList{"a\u00A0b", "c\r", "d"};
+        // No-break space and CR LF (one character, not a line feed) are not separators; a lone
+        // CR neither, and none of them is punctuation.
+        QTest::newRow("not separators") << QStringLiteral("a\u00A0b c\r\nd e\r f\n\r\ng")
+                                        << QStringList{"a\u00A0b", "c\r\nd", "e\r", "f", "\r\ng"}
+                                        << QStringList{"a\u00A0b", "c\r\nd", "e\r", "f", "\r\ng"};
         QTest::newRow("edge punctuation") << QStringLiteral("«Café,» ¿Qué? “don't” (x-ray) …")
                                           << QStringList{"«Café,»", "¿Qué?", "“don't”", "(x-ray)"}
                                           << QStringList{"café", "qué", "don't", "x-ray"};

@@ -133,6 +133,18 @@ private Q_SLOTS:
         QCOMPARE(rig.events.size(), 4);
     }
 
+    void quickCombinationLeavesThePendingChord()
+    {
+        Rig rig;
+        rig.manager.setShortcut(CaptureMode::screen, Shortcut(fn, keyD, "D"));
+        rig.flags(fn); // paste waits: fn is a prefix of ask's fn+control
+        QVERIFY(rig.key(KeyEventSource::Type::keyDown, keyD));
+        rig.wait(0.05);
+        QVERIFY(rig.key(KeyEventSource::Type::keyUp, keyD));
+        rig.wait(0.11);
+        QCOMPARE(rig.events, (QStringList{"start screen", "stop screen", "start paste"}));
+    }
+
     void sameShortcutTwicePrefersScreen()
     {
         Rig rig;

@@ -1,4 +1,5 @@
 #include "hotkeys/Shortcut.h"
+#include "platform/FnKey.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -16,19 +17,55 @@ private Q_SLOTS:
     void displayName_data()
     {
         QTest::addColumn<Shortcut>("shortcut");
+        QTest::addColumn<QString>("fnKey");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("fixed symbol order") << S(allModifiers, 2, "D") << "fn ⌃ ⌥ ⇧ ⌘ D";
-        QTest::newRow("nothing") << S() << "None";
-        QTest::newRow("label only") << S(0, 96, "F5") << "F5";
-        QTest::newRow("empty label") << S(S::option, 49, QString()) << "⌥";
-        QTest::newRow("caps lock not shown") << S(S::command | capsLock) << "⌘";
+        QTest::newRow("fixed order") << S(allModifiers, 2, "D") << "Menu"
+                                     << "Menu+Ctrl+Alt+Shift+Super+D";
+        QTest::newRow("combination") << S(S::control | S::option, 2, "D") << "Right Ctrl"
+                                     << "Ctrl+Alt+D";
+        QTest::newRow("fn alone") << S(S::fn) << "Right Ctrl"
+                                  << "Right Ctrl";
+        // The other key of the fn key's pair is the one meant.
+        QTest::newRow("fn with its pair") << S(S::fn | S::control | S::option) << "Right Ctrl"
+                                          << "Right Ctrl+Left Ctrl+Alt";
+        QTest::newRow("fn on Right Super") << S(S::fn | S::command | S::control) << "Right Super"
+                                           << "Right Super+Ctrl+Left Super";
+        QTest::newRow("pair without fn") << S(S::control) << "Right Ctrl"
+                                         << "Ctrl";
+        QTest::newRow("nothing") << S() << "Right Ctrl"
+                                 << "None";
+        QTest::newRow("label only") << S(0, 96, "F5") << "Right Ctrl"
+                                    << "F5";
+        QTest::newRow("empty label") << S(S::option, 49, QString()) << "Right Ctrl"
+                                     << "Alt";
+        QTest::newRow("caps lock not shown") << S(S::command | capsLock) << "Right Ctrl"
+                                             << "Super";
+        // Labels a settings file may hold from before keys were named the PC way.
+        QTest::newRow("older arrow label") << S(S::shift | S::command, 123, "←") << "Right Ctrl"
+                                           << "Shift+Super+Left";
+        QTest::newRow("older return label") << S(S::control, 36, "↩") << "Right Ctrl"
+                                            << "Ctrl+Enter";
     }
 
     void displayName()
     {
         QFETCH(Shortcut, shortcut);
+        QFETCH(QString, fnKey);
         QFETCH(QString, expected);
-        QCOMPARE(shortcut.displayName(), expected);
+        QCOMPARE(shortcut.displayName(fnKey), expected);
+    }
+
+    void namesFollowTheChosenFnKey()
+    {
+        FnKey &fnKey = FnKey::shared();
+        const QString before = fnKey.key();
+        fnKey.setKey(QStringLiteral("Alt_R"));
+        QCOMPARE(S(S::fn | S::option).displayName(), QStringLiteral("Right Alt+Left Alt"));
+        QCOMPARE(Shortcut::doubleTapName(), QStringLiteral("Right Alt ×2"));
+        fnKey.setKey(QStringLiteral("Hyper_L")); // not a choice: ignored
+        QCOMPARE(fnKey.key(), QStringLiteral("Alt_R"));
+        QCOMPARE(FnKey::labelOf(QStringLiteral("Hyper_L")), QStringLiteral("Hyper_L"));
+        fnKey.setKey(before);
     }
 
     void legacy_data()

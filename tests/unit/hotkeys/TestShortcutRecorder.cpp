@@ -92,7 +92,7 @@ private Q_SLOTS:
         recorder.setShortcut(S(S::option | S::command));
         recorder.setShortcut(S(S::option | S::command));
         QCOMPARE(changed.count(), 2);
-        QCOMPARE(recorder.label(), "⌥ ⌘");
+        QCOMPARE(recorder.label(), "Alt+Super");
 
         recorder.toggle();
         QVERIFY(recorder.isRecording());
@@ -100,7 +100,7 @@ private Q_SLOTS:
         send(down, {optionKey});
         recorder.toggle();
         QVERIFY(!recorder.isRecording());
-        QCOMPARE(recorder.label(), "⌥ ⌘");
+        QCOMPARE(recorder.label(), "Alt+Super");
         // The peak of the abandoned recording is gone.
         recorder.toggle();
         send(down, {shiftKey});
@@ -125,7 +125,7 @@ private Q_SLOTS:
         send(up, {controlKey});
         QVERIFY(!recorder.isRecording());
         QCOMPARE(recorder.shortcut(), S(S::fn | S::control));
-        QCOMPARE(recorder.label(), "fn ⌃");
+        QCOMPARE(recorder.label(), "Right Ctrl+Left Ctrl");
         QCOMPARE(edited.count(), 1);
         QCOMPARE(m_target.keys, 0);
     }
@@ -138,7 +138,7 @@ private Q_SLOTS:
         send(down, {optionKey, commandKey, dKey});
         QVERIFY(!recorder.isRecording());
         QCOMPARE(recorder.shortcut(), S(S::option | S::command, 2, "D"));
-        QCOMPARE(recorder.label(), "⌥ ⌘ D");
+        QCOMPARE(recorder.label(), "Alt+Super+D");
         QCOMPARE(m_target.keys, 0);
 
         send(up, {dKey, optionKey, commandKey});
@@ -230,13 +230,13 @@ private Q_SLOTS:
         QSignalSpy edited(field, SIGNAL(edited(QVariant)));
 
         field->setProperty("shortcut", S(S::shift | S::command, 2, "D").encode());
-        QCOMPARE(label->property("text").toString(), "⇧ ⌘ D");
+        QCOMPARE(label->property("text").toString(), "Shift+Super+D");
         QVERIFY(clearButton->isVisible());
 
         QTest::mouseClick(&view, Qt::LeftButton, {}, field->boundingRect().center().toPoint());
         QCOMPARE(label->property("text").toString(), "Press keys…");
         send(down, {escapeKey}, &view);
-        QCOMPARE(label->property("text").toString(), "⇧ ⌘ D");
+        QCOMPARE(label->property("text").toString(), "Shift+Super+D");
         QTest::keyClick(&view, Qt::Key_Space); // the click gave it focus
         QCOMPARE(label->property("text").toString(), "Press keys…");
         send(down, {escapeKey}, &view);

@@ -47,16 +47,20 @@ private Q_SLOTS:
         modern.askKey = Shortcut(Shortcut::control | Shortcut::shift, 49, QStringLiteral("Space"));
         modern.theme = AppTheme::dark;
         modern.pasteAutomatically = false;
+        modern.includeComputerAudio = false;
 
         QTest::newRow("legacy string")
             << QByteArray(R"({"pushToTalkKey":"option+command"})") << optionCommand;
         QTest::newRow("unknown legacy") << QByteArray(R"({"pushToTalkKey":"hyper"})") << defaults;
         QTest::newRow("number") << QByteArray(R"({"pushToTalkKey":5})") << defaults;
         QTest::newRow("wrong type kept default")
-            << QByteArray(R"({"cleanupEnabled":"yes","micUID":"abc","theme":"sepia"})") << mic;
+            << QByteArray(R"({"cleanupEnabled":"yes","micUID":"abc","theme":"sepia",
+                              "includeComputerAudio":"no"})")
+            << mic;
         QTest::newRow("current form")
             << QByteArray(R"({"askKey":{"modifiers":393216,"keyCode":49,"keyLabel":"Space"},
-                              "theme":"dark","pasteAutomatically":false,"extra":1})")
+                              "theme":"dark","pasteAutomatically":false,"extra":1,
+                              "includeComputerAudio":false})")
             << modern;
         QTest::newRow("array") << QByteArray("[1,2]") << defaults;
         QTest::newRow("truncated") << QByteArray(R"({"cleanupEnabled":tr)") << defaults;
@@ -110,8 +114,8 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray bytes = file.readAll();
         QCOMPARE(QJsonDocument::fromJson(bytes).object().keys(),
-                 (QStringList{"askKey", "cleanupEnabled", "micUID", "pasteAutomatically",
-                              "pushToTalkKey", "screenKey", "theme"}));
+                 (QStringList{"askKey", "cleanupEnabled", "includeComputerAudio", "micUID",
+                              "pasteAutomatically", "pushToTalkKey", "screenKey", "theme"}));
         QVERIFY(bytes.contains("\n    \"askKey\": {")); // indented
         QCOMPARE(SettingsStore(path).current(), settings);
     }

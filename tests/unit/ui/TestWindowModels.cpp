@@ -138,8 +138,6 @@ private Q_SLOTS:
         server.setPermissions(server.permissions() | QFileDevice::ExeOwner);
         QCOMPARE(MainWindowState::backendCommandIn(dir.path()),
                  QStringLiteral("cd %1 && ./ovrin-server").arg(dir.path()));
-        QCOMPARE(MainWindowState::fnKeyLabel("Control_R"), QStringLiteral("Right Ctrl"));
-        QCOMPARE(MainWindowState::fnKeyLabel("Hyper_L"), QStringLiteral("Hyper_L"));
     }
 
     void settingsModelSavesEachChangeOnce()
