@@ -47,25 +47,37 @@ std::optional<QString> SelectionReader::viaCopy()
         return std::nullopt; // nothing was copied; the clipboard is as it was
 
     const std::optional<QString> copied = m_clipboard.text(readWaitMilliseconds);
-    restoreOnceSeen(previous.isNull() ? std::nullopt : std::optional(previous),
+    restorePrevious(previous.isNull() ? std::nullopt : std::optional(previous),
                     m_clipboard.changeCount());
     return copied ? nonEmpty(*copied) : std::nullopt;
 }
 
-void SelectionReader::restoreOnceSeen(std::optional<QString> previous, std::uint64_t copied)
+void SelectionReader::restorePrevious(std::optional<QString> previous, std::uint64_t copied)
 {
-    // The toolkit claims the clipboard with the time of the last window-system event it
-    // handled, and a claim older than the copying application's is ignored. So the previous
-    // text goes back once the toolkit has taken in that claim, if nothing changed it since.
+    // Qt stamps its claim with the time of the last X event it handled, and the X server
+    // ignores a claim older than the copying application's. A claim that did not take is
+    // made again each time Qt takes in a clipboard change (by then its time is recent
+    // enough), until one takes or somebody else has claimed the clipboard since.
     QClipboard *clipboard = QGuiApplication::clipboard();
-    m_pendingRestore = QObject::connect(
-        clipboard, &QClipboard::dataChanged, clipboard, [this, clipboard, previous, copied] {
-            QObject::disconnect(m_pendingRestore);
-            if (m_clipboard.changeCount() != copied)
-                return;
-            if (previous)
-                clipboard->setText(*previous, QClipboard::Clipboard);
-            else
-                clipboard->clear(QClipboard::Clipboard);
+    const auto attempt = [this, clipboard, previous, copied] {
+        if (m_clipboard.changeCount() != copied)
+            return true;
+        if (previous)
+            clipboard->setText(*previous, QClipboard::Clipboard);
+        else
+            clipboard->clear(QClipboard::Clipboard);
+        return m_clipboard.changeCount() != copied;
+    };
+    if (attempt())
+        return;
+    m_pendingRestore =
+        QObject::connect(clipboard, &QClipboard::dataChanged, clipboard, [this, attempt] {
+            if (m_restoring)
+                return; // the change our own claim announces
+            m_restoring = true;
+            const bool done = attempt();
+            m_restoring = false;
+            if (done)
+                QObject::disconnect(m_pendingRestore);
         });
 }

@@ -30,10 +30,11 @@ public:
     std::optional<QString> viaCopy();
 
 private:
-    void restoreOnceSeen(std::optional<QString> previous, std::uint64_t copied);
+    void restorePrevious(std::optional<QString> previous, std::uint64_t copied);
 
     FocusedTextReader &m_focused;
     KeySynthesizer &m_keys;
     ClipboardWatcher &m_clipboard;
     QMetaObject::Connection m_pendingRestore;
+    bool m_restoring = false;
 };
