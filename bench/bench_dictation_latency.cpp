@@ -183,7 +183,6 @@ public:
         if (command == Command::paste)
             pasteSent = m_clock.now();
     }
-    bool userModifiersHeld() const override { return m_inner.userModifiersHeld(); }
 
 private:
     KeySynthesizer &m_inner;

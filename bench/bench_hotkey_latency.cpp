@@ -15,8 +15,8 @@
 #include "hud/QtHUDScreens.h"
 #include "hud/QuickHUDPanel.h"
 #include "hud/RecordingHUD.h"
-#include "platform/linux/X11CompositorProbe.h"
 #include "platform/linux/X11KeySource.h"
+#include "platform/linux/X11WindowSystem.h"
 
 #include <QApplication>
 #include <QAudioSource>
@@ -122,7 +122,7 @@ int main(int argc, char *argv[])
     AudioRecorder recorder;
     RecorderAdapter recorderAdapter(recorder);
     QtHUDScreens screens;
-    X11CompositorProbe compositor;
+    X11WindowSystem compositor;
     QuickHUDPanel panel(nullptr, screens, scheduler, &compositor);
     RecordingHUD hud(panel, screens, clock, scheduler);
     Sounds sounds;

@@ -11,7 +11,7 @@
 #include "hud/QtHUDScreens.h"
 #include "hud/QuickHUDPanel.h"
 #include "hud/RecordingHUD.h"
-#include "platform/linux/X11CompositorProbe.h"
+#include "platform/linux/X11WindowSystem.h"
 
 #include <QApplication>
 #include <QQuickItem>
@@ -49,7 +49,7 @@ int main(int argc, char *argv[])
     QtHUDScreens screens;
     if (!screens.activeScreen())
         return fail("no screen (DISPLAY is not set)");
-    X11CompositorProbe compositor;
+    X11WindowSystem compositor;
     QuickHUDPanel panel(nullptr, screens, scheduler, &compositor);
     RecordingHUD hud(panel, screens, clock, scheduler);
 

@@ -28,6 +28,15 @@
 #include <QPointer>
 #include <QSettings>
 
+namespace {
+
+QString wrongTargetWarning()
+{
+    return QStringLiteral("⚠️ Wrong launch target. Accessibility will not work reliably.");
+}
+
+} // namespace
+
 struct AppDelegate::Private
 {
     Private(PlatformServices platform, Clock &clock, Scheduler &scheduler, AppDelegate &shell)
@@ -202,8 +211,7 @@ void AppDelegate::logBundleIdentity()
 
 void AppDelegate::logWrongTarget()
 {
-    d->model.log(
-        QStringLiteral("⚠️ Wrong launch target. Accessibility will not work reliably."));
+    d->model.log(wrongTargetWarning());
     d->model.log(QStringLiteral("   Use: ./run.sh in the Ovrin folder, or Ovrin from your "
                                 "applications menu once it is installed."));
     d->model.log(QStringLiteral("   Avoid: starting build/bin/ovrin directly, from an IDE or a "
@@ -310,7 +318,7 @@ void AppDelegate::requestAccessibilityAccess()
                                         "and XTEST, and the accessibility bus — see the help in "
                                         "Ovrin's window."));
             if (!d->target.isProper())
-                logWrongTarget();
+                d->model.log(wrongTargetWarning());
             openPrivacySettings(QStringLiteral("Privacy_Accessibility"));
         }
     }

@@ -31,19 +31,20 @@ struct CaptureStack::Components
         : model(model), recorder([] { return SettingsStore::shared().current().micUID; }),
           recorderAdapter(recorder), hotkey(platform.keySource, clock, scheduler),
           history(HistoryStore::shared()),
-          hudPanel(&history, screens, scheduler, platform.compositor),
+          hudPanel(&history, screens, scheduler, platform.windowSystem),
           hud(hudPanel, screens, clock, scheduler), hudAdapter(hud),
           paster(platform.keySynthesizer, scheduler),
           selection(platform.focusedText, platform.keySynthesizer, platform.clipboard),
+          screenshots(platform.windowSystem),
           desktop(paster, selection, screenshots, platform.installedApps,
-                  [this] { hidePanelsNow(); }),
+                  [this] { return ownPanels(); }),
           watcher(platform.focusedText, clock, scheduler),
           prompt(
               scheduler,
               [](QString term, std::optional<QString> heardAs) {
                   DictionaryStore::shared().add(std::move(term), std::move(heardAs));
               },
-              platform.compositor),
+              platform.windowSystem),
           corrections(watcher, prompt),
           stores(AuthStore::shared(), HistoryStore::shared(), SettingsStore::shared()),
           cues(Sounds::shared()),
@@ -53,14 +54,8 @@ struct CaptureStack::Components
                      model, platform.permissions, scheduler)
     {}
 
-    // Our panels leave the screen before it is captured: a fade would still be in the picture.
-    void hidePanelsNow()
-    {
-        if (FloatingPanel *window = hudPanel.window(); window && window->isVisible())
-            window->hide();
-        if (FloatingPanel *banner = prompt.panel(); banner && banner->isVisible())
-            banner->hide();
-    }
+    // Our panels, which a screenshot must leave out.
+    QList<QWindow *> ownPanels() const { return {hudPanel.window(), prompt.panel()}; }
 
     AppModel &model;
     AudioRecorder recorder;

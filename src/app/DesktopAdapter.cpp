@@ -9,9 +9,9 @@
 #include <QGuiApplication>
 
 DesktopAdapter::DesktopAdapter(Paster &paster, SelectionReader &selection, ScreenCapturer &screens,
-                               InstalledApps &apps, std::function<void()> hidePanels)
+                               InstalledApps &apps, std::function<QList<QWindow *>()> ownPanels)
     : m_paster(paster), m_selection(selection), m_screens(screens), m_apps(apps),
-      m_hidePanels(std::move(hidePanels))
+      m_ownPanels(std::move(ownPanels))
 {}
 
 void DesktopAdapter::paste(const QString &text)
@@ -38,9 +38,8 @@ QCoro::Task<std::optional<QByteArray>> DesktopAdapter::captureActiveDisplay(doub
                                                                             double quality)
 {
     // The question is about the user's screen, not about our last answer card.
-    if (m_hidePanels)
-        m_hidePanels();
-    return m_screens.captureActiveDisplay(maxDimension, quality);
+    return m_screens.captureActiveDisplay(maxDimension, quality,
+                                          m_ownPanels ? m_ownPanels() : QList<QWindow *>());
 }
 
 QStringList DesktopAdapter::names()

@@ -8,6 +8,7 @@
 #include <functional>
 
 class InstalledApps;
+class QWindow;
 class Paster;
 class ScreenCapturer;
 class SelectionReader;
@@ -20,9 +21,9 @@ class DesktopAdapter : public TextOutput,
                        public AppLauncher
 {
 public:
-    // `hidePanels` takes our own floating panels off the screen at once, before a capture.
+    // `ownPanels`: our floating windows, which a screenshot leaves out.
     DesktopAdapter(Paster &paster, SelectionReader &selection, ScreenCapturer &screens,
-                   InstalledApps &apps, std::function<void()> hidePanels);
+                   InstalledApps &apps, std::function<QList<QWindow *>()> ownPanels);
 
     void paste(const QString &text) override;
     void copyToClipboard(const QString &text) override;
@@ -38,5 +39,5 @@ private:
     SelectionReader &m_selection;
     ScreenCapturer &m_screens;
     InstalledApps &m_apps;
-    std::function<void()> m_hidePanels;
+    std::function<QList<QWindow *>()> m_ownPanels;
 };

@@ -2,7 +2,7 @@
 
 class AccessibilitySwitch;
 class ClipboardWatcher;
-class CompositorProbe;
+class WindowSystem;
 class FocusedTextReader;
 class InstalledApps;
 class KeyboardMap;
@@ -26,6 +26,6 @@ struct PlatformServices
     AccessibilitySwitch &accessibilitySwitch;
     // The shortcut recorder's view of the keyboard.
     const KeyboardMap &keyboardMap;
-    // Null: floating panels are drawn opaque.
-    const CompositorProbe *compositor = nullptr;
+    // Null: floating panels are drawn opaque and screenshots have no pointer.
+    const WindowSystem *windowSystem = nullptr;
 };

@@ -89,8 +89,6 @@ void TrayStatusItem::setRecentTranscripts(const QStringList &texts)
         item->deleteLater();
     }
     m_transcriptItems.clear();
-    if (texts.isEmpty())
-        return;
 
     // Right under the status line, above the actions.
     QAction *before = m_meetingItem;

@@ -34,7 +34,7 @@ public:
     QMenu *menu() const { return m_menu; }
     QAction *meetingItem() const { return m_meetingItem; }
     void setMeetingRecording(bool recording);
-    // Replaces the "Recent transcripts" block; nothing is shown for an empty list.
+    // Replaces the "Recent transcripts" block: its header, one item per text, a separator.
     void setRecentTranscripts(const QStringList &texts);
     const QList<QAction *> &transcriptItems() const { return m_transcriptItems; }
 

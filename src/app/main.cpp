@@ -17,11 +17,11 @@
 #include "platform/linux/SyslogSystemLog.h"
 #include "platform/linux/TerminalPrompt.h"
 #include "platform/linux/UnixSignalWatcher.h"
-#include "platform/linux/X11CompositorProbe.h"
 #include "platform/linux/X11KeySource.h"
 #include "platform/linux/X11KeySynthesizer.h"
 #include "platform/linux/X11KeyboardMap.h"
 #include "platform/linux/X11PermissionProbe.h"
+#include "platform/linux/X11WindowSystem.h"
 #include "platform/linux/XFixesClipboardWatcher.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
 #include "platform/linux/XdgInstalledApps.h"
@@ -120,7 +120,7 @@ int main(int argc, char *argv[])
     XdgInstalledApps installedApps;
     AtspiAccessibilitySwitch accessibilitySwitch;
     X11KeyboardMap keyboardMap(FnKey::shared().key());
-    X11CompositorProbe compositor;
+    X11WindowSystem windowSystem;
     ShortcutRecorder::setDefaultKeyboardMap(&keyboardMap);
     PulseSoundServer soundServer;
     AudioDevices::setSoundServer(&soundServer);
@@ -134,7 +134,7 @@ int main(int argc, char *argv[])
     QtScheduler scheduler;
     AppDelegate delegate(PlatformServices{permissions, loginItem, systemLog, keySource,
                                           keySynthesizer, focusedText, clipboard, installedApps,
-                                          accessibilitySwitch, keyboardMap, &compositor},
+                                          accessibilitySwitch, keyboardMap, &windowSystem},
                          clock, scheduler);
     QObject::connect(&delegate, &AppDelegate::quitRequested, &app, &QApplication::quit);
     followFnKeyChoice(keySource, keyboardMap, delegate.model());

@@ -16,6 +16,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QPointer>
 #include <QUuid>
 
@@ -96,8 +97,10 @@ std::optional<QString> MeetingRecorder::stop()
     m_startedAt.reset();
     setLevel(0.0f);
     Q_EMIT isRecordingChanged();
-    if (!wroteAudio)
-        return std::nullopt; // nothing was captured, so there is no file to hand on
+    if (!wroteAudio) {
+        QFile::remove(path); // at most a header: nothing to hand on
+        return std::nullopt;
+    }
     return path;
 }
 
@@ -158,9 +161,15 @@ void MeetingRecorder::stopAndProcess()
 {
     const double seconds = m_duration;
     Q_ASSERT(std::isfinite(seconds));
+    const bool wasRecording = isRecording();
     const auto path = stop();
     if (!path) {
-        setPhase(Phase::idle);
+        // A meeting that ran but heard nothing must not end as if it had been saved.
+        if (wasRecording)
+            setPhase(Phase::error, QStringLiteral("No audio was recorded. Check that the "
+                                                  "microphone works in Sound settings."));
+        else
+            setPhase(Phase::idle);
         return;
     }
     process(*path, static_cast<qint64>(seconds));

@@ -1,17 +1,15 @@
 #include "backend/AuthUser.h"
 
 #include "backend/JsonFields.h"
+#include "core/Text.h"
 
 QString AuthUser::initials() const
 {
     const QString source = name.isEmpty() ? email : name;
     const QStringList pieces = source.split(QLatin1Char(' '), Qt::SkipEmptyParts);
     QString result;
-    for (qsizetype i = 0; i < pieces.size() && i < 2; ++i) {
-        // The first character, kept whole when it is a surrogate pair.
-        const QString &piece = pieces[i];
-        result += piece.left(piece.front().isHighSurrogate() && piece.size() > 1 ? 2 : 1);
-    }
+    for (qsizetype i = 0; i < pieces.size() && i < 2; ++i)
+        result += Text::firstCharacter(pieces[i]);
     return result.toUpper();
 }
 

@@ -46,4 +46,10 @@ QString truncated(const QString &text, int maxCharacters)
     return text.left(cut) + QStringLiteral("…");
 }
 
+QString firstCharacter(const QString &text)
+{
+    const qsizetype end = boundaryAfter(text, 1);
+    return end < 0 ? text : text.left(end);
+}
+
 } // namespace Text

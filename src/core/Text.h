@@ -12,5 +12,7 @@ int characterCount(const QString &text);
 // The first `maxCharacters` characters followed by "…", or the text itself when it
 // is not longer than that.
 QString truncated(const QString &text, int maxCharacters);
+// The first user-perceived character, with its combining marks; empty for empty text.
+QString firstCharacter(const QString &text);
 
 } // namespace Text

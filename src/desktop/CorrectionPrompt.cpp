@@ -16,9 +16,8 @@ constexpr int cornerRadius = 14;
 
 } // namespace
 
-CorrectionPrompt::CorrectionPrompt(Scheduler &scheduler, AddTerm addTerm,
-                                   const CompositorProbe *probe, ActiveScreen activeScreen,
-                                   QObject *parent)
+CorrectionPrompt::CorrectionPrompt(Scheduler &scheduler, AddTerm addTerm, const WindowSystem *probe,
+                                   ActiveScreen activeScreen, QObject *parent)
     : QObject(parent), m_scheduler(scheduler), m_addTerm(std::move(addTerm)), m_probe(probe),
       m_activeScreen(activeScreen ? std::move(activeScreen) : &CorrectionPrompt::screenUnderPointer)
 {}

@@ -10,7 +10,7 @@
 #include <memory>
 #include <optional>
 
-class CompositorProbe;
+class WindowSystem;
 class FloatingPanel;
 class Scheduler;
 
@@ -37,7 +37,7 @@ public:
     static constexpr double fadeDuration = 0.16;
 
     // `probe` may be null (an opaque banner); `activeScreen` defaults to the Qt screens.
-    CorrectionPrompt(Scheduler &scheduler, AddTerm addTerm, const CompositorProbe *probe,
+    CorrectionPrompt(Scheduler &scheduler, AddTerm addTerm, const WindowSystem *probe,
                      ActiveScreen activeScreen = {}, QObject *parent = nullptr);
     ~CorrectionPrompt() override;
 
@@ -72,7 +72,7 @@ private:
 
     Scheduler &m_scheduler;
     AddTerm m_addTerm;
-    const CompositorProbe *m_probe;
+    const WindowSystem *m_probe;
     ActiveScreen m_activeScreen;
     std::unique_ptr<FloatingPanel> m_panel;
     TimerHandle m_dismissWork;

@@ -1,7 +1,7 @@
 #include "desktop/FloatingPanel.h"
 
 #include "core/Scheduler.h"
-#include "platform/CompositorProbe.h"
+#include "platform/WindowSystem.h"
 
 #include <QCursor>
 #include <QPainterPath>
@@ -22,8 +22,9 @@ constexpr double frameInterval = 1.0 / 60;
 
 } // namespace
 
-FloatingPanel::FloatingPanel(Scheduler &scheduler, const CompositorProbe *probe, QSize size)
-    : m_scheduler(scheduler), m_translucent(probe && probe->translucencyAvailable())
+FloatingPanel::FloatingPanel(Scheduler &scheduler, const WindowSystem *windows, QSize size)
+    : m_scheduler(scheduler), m_windows(windows),
+      m_translucent(windows && windows->translucencyAvailable())
 {
     if (m_translucent) {
         QSurfaceFormat surface = format();
@@ -92,8 +93,12 @@ void FloatingPanel::setOpaqueShape(const QRect &shape, int radius)
 
 void FloatingPanel::bringToFront()
 {
-    if (!isVisible())
+    if (!isVisible()) {
         show();
+        // It floats over whatever the user works in, on whichever workspace.
+        if (m_windows)
+            m_windows->showOnEveryWorkspace(winId());
+    }
     raise();
 }
 

@@ -8,7 +8,7 @@
 
 #include <functional>
 
-class CompositorProbe;
+class WindowSystem;
 class Scheduler;
 
 // A borderless window that floats above the others and hosts one QML view: the base of our
@@ -28,9 +28,9 @@ class FloatingPanel : public QQuickView
     Q_PROPERTY(bool acceptsMouse READ acceptsMouse WRITE setAcceptsMouse NOTIFY acceptsMouseChanged)
     Q_PROPERTY(bool shown READ isShown NOTIFY shownChanged)
 public:
-    // `probe` is asked once, here: a window's alpha channel is fixed when it is created.
-    // Without a probe the panel is opaque.
-    FloatingPanel(Scheduler &scheduler, const CompositorProbe *probe, QSize size);
+    // Translucency is asked once, here: a window's alpha channel is fixed when it is created.
+    // Without a window system the panel is opaque and stays on the workspace it shows on.
+    FloatingPanel(Scheduler &scheduler, const WindowSystem *windows, QSize size);
 
     bool isTranslucent() const { return m_translucent; }
 
@@ -81,6 +81,7 @@ private:
     void setShown(bool shown);
 
     Scheduler &m_scheduler;
+    const WindowSystem *m_windows;
     bool m_translucent;
     bool m_acceptsMouse = true;
     bool m_shown = false;

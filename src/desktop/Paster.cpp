@@ -11,15 +11,6 @@ Paster::Paster(KeySynthesizer &keys, Scheduler &scheduler) : m_keys(keys), m_sch
 void Paster::paste(const QString &text)
 {
     QGuiApplication::clipboard()->setText(text, QClipboard::Clipboard);
-    m_pending = m_scheduler.schedule(pasteDelay, [this] { sendWhenModifiersUp(maxModifierPolls); });
-}
-
-void Paster::sendWhenModifiersUp(int pollsLeft)
-{
-    if (pollsLeft > 0 && m_keys.userModifiersHeld()) {
-        m_pending = m_scheduler.schedule(modifierPoll,
-                                         [this, pollsLeft] { sendWhenModifiersUp(pollsLeft - 1); });
-        return;
-    }
-    m_keys.send(KeySynthesizer::Command::paste);
+    m_pending =
+        m_scheduler.schedule(pasteDelay, [this] { m_keys.send(KeySynthesizer::Command::paste); });
 }

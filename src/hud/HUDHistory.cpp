@@ -12,7 +12,10 @@ HUDHistory::HUDHistory(const HistoryStore &store, QObject *parent) : QObject(par
 
 QVariantList HUDHistory::pair(QList<HistoryEntry> entries)
 {
-    // The backend lists newest first; pairing needs the order they were said in.
+    // The backend lists newest first; pairing needs the order they were said in. A question
+    // and its answer are often stored within the same millisecond: reversing first keeps
+    // such ties in the order they were written.
+    std::reverse(entries.begin(), entries.end());
     std::stable_sort(entries.begin(), entries.end(),
                      [](const HistoryEntry &a, const HistoryEntry &b) { return a.date < b.date; });
     QVariantList pairs;

@@ -7,7 +7,7 @@
 
 #include <memory>
 
-class CompositorProbe;
+class WindowSystem;
 class FloatingPanel;
 class HUDHistory;
 class HUDScreens;
@@ -25,7 +25,7 @@ public:
     // `history` may be null (an empty list of previous interactions); `probe` may be null
     // (an opaque panel).
     QuickHUDPanel(HUDHistory *history, const HUDScreens &screens, Scheduler &scheduler,
-                  const CompositorProbe *probe);
+                  const WindowSystem *probe);
     ~QuickHUDPanel() override;
 
     // Made by create(); null before.
@@ -48,11 +48,13 @@ private:
     HUDHistory *m_history;
     const HUDScreens &m_screens;
     Scheduler &m_scheduler;
-    const CompositorProbe *m_probe;
+    const WindowSystem *m_probe;
     std::unique_ptr<FloatingPanel> m_window;
     // The frame last set or dragged to; the window system may report it later.
     QRect m_frame;
     TimerHandle m_animation;
+    QRect m_animationTarget;
+    std::function<void()> m_animationDone;
     std::function<void()> m_onMove;
     QMetaObject::Connection m_stateGone;
 };

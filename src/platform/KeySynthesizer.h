@@ -7,8 +7,7 @@ public:
     enum class Command { paste, copy };
 
     virtual ~KeySynthesizer() = default;
-    // The keystroke the focused application understands (terminals want Shift too).
+    // The keystroke the focused application understands (terminals want Shift too), with
+    // no other modifier, whatever keys the user holds.
     virtual void send(Command command) = 0;
-    // Whether the user still holds a modifier key, which would change the keystroke.
-    virtual bool userModifiersHeld() const = 0;
 };

@@ -5,21 +5,58 @@
 #include <QCursor>
 #include <QGuiApplication>
 #include <QImageWriter>
+#include <QPainter>
 #include <QPixmap>
 #include <QScreen>
+#include <QThread>
+#include <QWindow>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 #include <cmath>
 
-QCoro::Task<std::optional<QByteArray>> ScreenCapturer::captureActiveDisplay(double maxDimension,
-                                                                            double quality)
+QCoro::Task<std::optional<QByteArray>>
+ScreenCapturer::captureActiveDisplay(double maxDimension, double quality,
+                                     const QList<QWindow *> &leaveOut)
 {
-    // Grabbed here, before the caller goes on to show its panels; only the encoding waits.
+    // X has no way to leave a window out of a grab: a panel of ours goes away first, and the
+    // applications under it get a moment to draw what it covered. The grab itself happens
+    // here, before the caller goes on to show its pill; only the encoding waits.
+    bool hidden = false;
+    for (QWindow *window : leaveOut) {
+        if (window && window->isVisible()) {
+            window->hide();
+            hidden = true;
+        }
+    }
+    // Hiding sends the request at once; the grab below goes on the same connection.
+    if (hidden)
+        QThread::msleep(settleMilliseconds);
     QImage picture;
-    if (QScreen *screen = displayUnderCursor())
+    if (QScreen *screen = displayUnderCursor()) {
         picture = screen->grabWindow(0).toImage();
+        const std::optional<WindowSystem::Pointer> pointer =
+            m_windows ? m_windows->pointer() : std::nullopt;
+        if (pointer && !picture.isNull())
+            drawPointer(picture, screen->geometry().topLeft() * screen->devicePixelRatio(),
+                        *pointer);
+    }
     return encode(std::move(picture), maxDimension, quality);
+}
+
+void ScreenCapturer::drawPointer(QImage &picture, QPoint origin,
+                                 const WindowSystem::Pointer &pointer)
+{
+    if (pointer.pixels.size() != qsizetype(pointer.size.width()) * pointer.size.height())
+        return;
+    const QImage image(reinterpret_cast<const uchar *>(pointer.pixels.constData()),
+                       pointer.size.width(), pointer.size.height(), pointer.size.width() * 4,
+                       QImage::Format_ARGB32_Premultiplied);
+    if (picture.format() != QImage::Format_RGB32 && picture.format() != QImage::Format_ARGB32 &&
+        picture.format() != QImage::Format_ARGB32_Premultiplied)
+        picture = picture.convertToFormat(QImage::Format_RGB32);
+    QPainter painter(&picture);
+    painter.drawImage(pointer.topLeft - origin, image);
 }
 
 QCoro::Task<std::optional<QByteArray>> ScreenCapturer::encode(QImage picture, double maxDimension,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/WindowSystem.h"
+
 #include <QByteArray>
 #include <QCoro/QCoroTask>
 #include <QImage>
@@ -11,16 +13,26 @@
 #include <optional>
 
 class QScreen;
+class QWindow;
 
-// One JPEG of the screen under the pointer for a question about the screen. The picture
-// is taken the moment it is asked for, so a panel of ours shown afterwards (the recording
-// pill) is never in it; scaling and encoding happen off the main thread. Any failure
-// gives no picture.
+// One JPEG of the screen under the pointer for a question about the screen, the pointer
+// drawn in. The picture is taken the moment it is asked for, so a panel of ours shown
+// afterwards (the recording pill) is never in it; scaling and encoding happen off the main
+// thread. Any failure gives no picture.
 class ScreenCapturer
 {
 public:
-    QCoro::Task<std::optional<QByteArray>> captureActiveDisplay(double maxDimension,
-                                                                double quality);
+    // How long the windows under a panel we take away get to draw themselves again.
+    static constexpr int settleMilliseconds = 60;
+
+    // Without a window system the picture has no pointer.
+    explicit ScreenCapturer(const WindowSystem *windows = nullptr) : m_windows(windows) {}
+
+    // `leaveOut`: our own windows that must not be in the picture; those on screen are
+    // hidden first, and the capture waits a moment for what they covered.
+    QCoro::Task<std::optional<QByteArray>>
+    captureActiveDisplay(double maxDimension, double quality,
+                         const QList<QWindow *> &leaveOut = {});
 
     // The first screen whose frame holds the pointer, else the primary; null without one.
     static QScreen *displayUnderCursor();
@@ -33,7 +45,12 @@ public:
     // `quality` from 0 (smallest) to 1 (best).
     static std::optional<QByteArray> jpeg(const QImage &image, double maxDimension, double quality);
 
+    // Draws the pointer into a picture of the screen whose top-left device pixel is `origin`.
+    static void drawPointer(QImage &picture, QPoint origin, const WindowSystem::Pointer &pointer);
+
 private:
     static QCoro::Task<std::optional<QByteArray>> encode(QImage picture, double maxDimension,
                                                          double quality);
+
+    const WindowSystem *m_windows;
 };

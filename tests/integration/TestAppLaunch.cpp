@@ -12,10 +12,10 @@
 #include "hotkeys/ShortcutRecorder.h"
 #include "platform/AccessibilitySwitch.h"
 #include "platform/linux/AtspiFocusedTextReader.h"
-#include "platform/linux/X11CompositorProbe.h"
 #include "platform/linux/X11KeySource.h"
 #include "platform/linux/X11KeySynthesizer.h"
 #include "platform/linux/X11KeyboardMap.h"
+#include "platform/linux/X11WindowSystem.h"
 #include "platform/linux/XFixesClipboardWatcher.h"
 #include "platform/linux/XdgInstalledApps.h"
 #include "stores/HistoryStore.h"
@@ -79,7 +79,7 @@ class TestAppLaunch : public QObject
     XdgInstalledApps m_installedApps{QStringList{}};
     FakeAccessibilitySwitch m_accessibilitySwitch;
     std::unique_ptr<X11KeyboardMap> m_keyboardMap;
-    X11CompositorProbe m_compositor;
+    X11WindowSystem m_windowSystem;
     ManualClock m_clock;
     ManualScheduler m_scheduler{m_clock};
     std::unique_ptr<AppDelegate> m_delegate;
@@ -103,7 +103,7 @@ private Q_SLOTS:
         m_delegate = std::make_unique<AppDelegate>(
             PlatformServices{m_permissions, m_loginItem, m_systemLog, *m_keySource,
                              *m_keySynthesizer, m_focusedText, *m_clipboard, m_installedApps,
-                             m_accessibilitySwitch, *m_keyboardMap, &m_compositor},
+                             m_accessibilitySwitch, *m_keyboardMap, &m_windowSystem},
             m_clock, m_scheduler);
         m_delegate->applicationDidFinishLaunching();
     }
@@ -185,6 +185,13 @@ private Q_SLOTS:
 
     void recentTranscriptsInTheMenu()
     {
+        // Without transcripts the block is its header and separator alone.
+        TrayStatusItem &item = m_delegate->statusItem();
+        HistoryStore::shared().setTranscriptEntries({});
+        QMetaObject::invokeMethod(item.menu(), "aboutToShow");
+        QCOMPARE(menuTexts(*item.menu()).mid(0, 5),
+                 (QStringList{"Ready", "—", "Recent transcripts", "—", "Record Meeting"}));
+
         const QDateTime now = m_clock.wallTime();
         const QString exact48(48, u'x');
         const QString long49 = QString(48, u'y') + u'z';
@@ -195,7 +202,6 @@ private Q_SLOTS:
         std::reverse(entries.begin(), entries.end()); // as the backend lists them
         HistoryStore::shared().setTranscriptEntries(entries);
 
-        TrayStatusItem &item = m_delegate->statusItem();
         QMetaObject::invokeMethod(item.menu(), "aboutToShow");
         const QStringList shown = menuTexts(*item.menu());
         QCOMPARE(shown.mid(0, 9),

@@ -4,7 +4,7 @@
 #include "desktop/CorrectionPrompt.h"
 #include "desktop/FloatingPanel.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
-#include "platform/linux/X11CompositorProbe.h"
+#include "platform/linux/X11WindowSystem.h"
 #include "support/FocusedField.h"
 #include "support/TestEnvironment.h"
 #include "support/XTestKeyboard.h"
@@ -55,7 +55,7 @@ private Q_SLOTS:
         const Window fieldFocus = m_field.inputFocus();
 
         QtScheduler scheduler;
-        X11CompositorProbe probe;
+        X11WindowSystem probe;
         QStringList added;
         CorrectionPrompt prompt(
             scheduler,

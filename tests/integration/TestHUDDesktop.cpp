@@ -13,7 +13,7 @@
 #include "hud/RecordingHUD.h"
 #include "platform/FnKey.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
-#include "platform/linux/X11CompositorProbe.h"
+#include "platform/linux/X11WindowSystem.h"
 #include "stores/HistoryStore.h"
 #include "support/FocusedField.h"
 #include "support/TestEnvironment.h"
@@ -28,6 +28,7 @@
 #include <QSet>
 #include <QTest>
 
+#include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 
@@ -50,7 +51,7 @@ class TestHUDDesktop : public QObject
 
     SystemClock m_clock;
     QtScheduler m_scheduler;
-    X11CompositorProbe m_probe;
+    X11WindowSystem m_probe;
     QtHUDScreens m_screens;
     Backend m_backend{QUrl(QStringLiteral("http://127.0.0.1:9"))};
     HistoryStore m_history{m_backend, m_clock};
@@ -217,6 +218,48 @@ private Q_SLOTS:
         m_hud->show(HUDMode::recording(CaptureMode::paste));
         QVERIFY(settled());
         QCOMPARE(m_panel->frame().center().x(), m_screens.activeScreen()->center().x());
+    }
+
+    // Shown on the workspace the user is on, and kept there when the user switches.
+    void panelIsOnEveryWorkspace()
+    {
+        m_hud->show(HUDMode::recording(CaptureMode::paste));
+        QVERIFY(settled());
+        Atom type = None;
+        int format = 0;
+        unsigned long items = 0, after = 0;
+        unsigned char *data = nullptr;
+        XGetWindowProperty(m_display, Window(window()->winId()),
+                           XInternAtom(m_display, "_NET_WM_DESKTOP", False), 0, 1, False,
+                           XA_CARDINAL, &type, &format, &items, &after, &data);
+        QCOMPARE(items, 1ul);
+        // 32-bit items come as longs: "all desktops" is 0xFFFFFFFF in its low half.
+        const auto desktop = quint32(*reinterpret_cast<unsigned long *>(data));
+        XFree(data);
+        QCOMPARE(desktop, 0xFFFFFFFFu);
+    }
+
+    // A drag while the card still grows: the card takes its size where it was put, and the
+    // next card keeps that place.
+    void dragDuringAResizeStaysWhereItWasPut()
+    {
+        m_hud->show(HUDMode::recording(CaptureMode::ask));
+        QVERIFY(settled());
+        // Within the stream's re-layout interval: only the finish resizes the card.
+        m_hud->startStreaming(QStringLiteral("Short?"));
+        m_hud->appendStreaming(
+            QString(QStringLiteral("A longer answer that needs more room. ")).repeated(8));
+        m_hud->finishStreaming(QString(), QString()); // grows, animated
+        const QSize grown = m_panel->frame().size();
+        const QPoint put = m_panel->frame().topLeft() + QPoint(-150, -200);
+        Q_EMIT window()->dragged(put);
+        QVERIFY(settled());
+        QCOMPARE(m_panel->frame().topLeft(), put);
+        QVERIFY(m_panel->frame().height() > grown.height());
+
+        m_hud->showError(QStringLiteral("Ask failed: the backend is busy."));
+        QVERIFY(settled());
+        QCOMPARE(m_panel->frame().topLeft(), put);
     }
 
     void historyListShowsPreviousInteractions()

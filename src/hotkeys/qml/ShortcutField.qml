@@ -78,7 +78,8 @@ Rectangle {
         anchors.rightMargin: 6
         width: 16
         height: 16
-        visible: !recorder.empty && !recorder.recording
+        // Always beside the field; there is nothing to clear while it is empty.
+        enabled: !recorder.empty
         Accessible.role: Accessible.Button
         Accessible.name: qsTr("Clear")
         Accessible.onPressAction: recorder.clear()
@@ -87,7 +88,7 @@ Rectangle {
             anchors.fill: parent
             source: "icons/xmark.circle.fill.svg"
             sourceSize: Qt.size(32, 32)
-            opacity: clearArea.containsMouse ? 1 : 0.8
+            opacity: !clearButton.enabled ? 0.3 : clearArea.containsMouse ? 1 : 0.8
         }
         MouseArea {
             id: clearArea

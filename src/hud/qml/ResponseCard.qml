@@ -143,6 +143,7 @@ Rectangle {
                 color: Qt.rgba(1, 1, 1, 0.6)
                 font.pointSize: 12.5
                 wrapMode: Text.Wrap
+                textFormat: Text.PlainText
             }
             Text {
                 id: answer
@@ -208,6 +209,7 @@ Rectangle {
                 color: Qt.rgba(1, 1, 1, 0.6)
                 font.pointSize: 11.5
                 wrapMode: Text.Wrap
+                textFormat: Text.PlainText
             }
             Text {
                 width: parent.width
@@ -217,6 +219,7 @@ Rectangle {
                 wrapMode: Text.Wrap
                 maximumLineCount: 4
                 elide: Text.ElideRight
+                textFormat: Text.PlainText
             }
         }
         Text {

@@ -2,6 +2,7 @@
 
 #include "platform/linux/MacKeyCodes.h"
 #include "platform/linux/X11KeyboardMap.h"
+#include "platform/linux/X11SyntheticKeys.h"
 
 #include <QSocketNotifier>
 
@@ -85,6 +86,7 @@ bool X11KeySource::start(Handler handler)
     m_display = display;
     m_handler = std::move(handler);
     m_heldModifiers.clear();
+    X11SyntheticKeys::shared().clear(); // sent while nobody listened
     m_notifier =
         std::make_unique<QSocketNotifier>(ConnectionNumber(display), QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &X11KeySource::readEvents);
@@ -172,7 +174,8 @@ void X11KeySource::grabCombos()
         for (unsigned locks :
              {0u, unsigned(LockMask), unsigned(Mod2Mask), unsigned(LockMask | Mod2Mask)}) {
             const unsigned modifiers = xModifiers(combo.modifiers, fnMask) | locks;
-            XGrabKey(m_display, keycode, modifiers, root, True, GrabModeAsync, GrabModeAsync);
+            // The keyboard freezes on a grabbed key until the engine's answer lets it go on.
+            XGrabKey(m_display, keycode, modifiers, root, True, GrabModeAsync, GrabModeSync);
             m_grabbed.append({keycode, modifiers});
         }
     }
@@ -218,9 +221,18 @@ void X11KeySource::readEvents()
             grabCombos();
             continue;
         }
+        if (event.type == KeyPress) {
+            // A grabbed combination went down; its raw event, delivered first, has been
+            // judged. A key the engine did not take goes on to the focused window as if
+            // nothing had grabbed it.
+            const bool taken = m_taken.value(int(event.xkey.keycode), false);
+            XAllowEvents(m_display, taken ? AsyncKeyboard : ReplayKeyboard, event.xkey.time);
+            XFlush(m_display);
+            continue;
+        }
         if (event.type != GenericEvent || event.xcookie.extension != m_xiOpcode ||
             !XGetEventData(m_display, &event.xcookie))
-            continue; // the key events of our own grabs end here
+            continue; // the rest of a taken key's events end here
         const auto *raw = static_cast<const XIRawEvent *>(event.xcookie.data);
         if (event.xcookie.evtype == XI_RawKeyPress || event.xcookie.evtype == XI_RawKeyRelease)
             handleRawKey(raw->detail, event.xcookie.evtype == XI_RawKeyPress,
@@ -231,7 +243,7 @@ void X11KeySource::readEvents()
 
 void X11KeySource::handleRawKey(int keycode, bool press, bool repeat)
 {
-    if (!m_handler)
+    if (!m_handler || X11SyntheticKeys::shared().take(keycode, press))
         return;
     if (const std::uint64_t bit = modifierBit(keycode)) {
         const std::uint64_t before = currentModifierFlags();
@@ -245,10 +257,12 @@ void X11KeySource::handleRawKey(int keycode, bool press, bool repeat)
         return;
     }
     const int code = MacKeyCodes::fromKeysym(baseKeysym(keycode));
-    if (code < 0)
+    if (code < 0) {
+        m_taken.remove(keycode);
         return; // no shortcut can name this key
-    if (press || repeat)
-        m_handler({Type::keyDown, code, currentModifierFlags()});
-    else
-        m_handler({Type::keyUp, code, currentModifierFlags()});
+    }
+    const Type type = press || repeat ? Type::keyDown : Type::keyUp;
+    const bool taken = m_handler({type, code, currentModifierFlags()});
+    if (press && !repeat)
+        m_taken.insert(keycode, taken);
 }

@@ -14,9 +14,10 @@ struct _XDisplay;
 
 // Every key of the X session through XInput2 raw events on the root window, so
 // modifier-only chords are seen without grabbing anything. Key combinations that are
-// shortcuts are grabbed on the root (with the Lock and NumLock variants) so the focused
-// application never gets them. The modifier bits come from the physical keys held;
-// the fn bit is one key the user picks (default Right Ctrl), which can change while running.
+// shortcuts are grabbed on the root (with the Lock and NumLock variants), synchronously: the
+// focused application gets such a key only when the engine did not take it (while another
+// shortcut is held, during hands-free dictation). The modifier bits come from the physical keys
+// held; the fn bit is one key the user picks (default Right Ctrl), which can change while running.
 class X11KeySource : public QObject, public KeyEventSource
 {
     Q_OBJECT
@@ -54,4 +55,5 @@ private:
     QHash<int, std::uint64_t> m_heldModifiers; // X keycode → its bit
     QList<Combo> m_combos;
     QList<QPair<int, unsigned>> m_grabbed; // X keycode, X modifier mask
+    QHash<int, bool> m_taken;              // X keycode → the engine took its last press
 };

@@ -1,10 +1,20 @@
 #include "platform/linux/X11KeySynthesizer.h"
 
+#include "platform/linux/X11SyntheticKeys.h"
+
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
+
+namespace {
+
+// X key codes of the V and C keys of a PC keyboard (evdev's KEY_V and KEY_C, plus 8).
+constexpr KeyCode pcKeyV = 55;
+constexpr KeyCode pcKeyC = 54;
+
+} // namespace
 
 X11KeySynthesizer::X11KeySynthesizer() : m_display(XOpenDisplay(nullptr)) {}
 
@@ -65,19 +75,17 @@ QString X11KeySynthesizer::focusedWindowClass() const
     return {};
 }
 
-bool X11KeySynthesizer::userModifiersHeld() const
+QList<unsigned char> X11KeySynthesizer::heldKeys(std::initializer_list<unsigned long> keysyms) const
 {
-    if (!m_display)
-        return false;
     char keys[32];
     XQueryKeymap(m_display, keys);
-    for (KeySym keysym : {XK_Shift_L, XK_Shift_R, XK_Control_L, XK_Control_R, XK_Alt_L, XK_Alt_R,
-                          XK_Super_L, XK_Super_R, XK_ISO_Level3_Shift}) {
+    QList<unsigned char> held;
+    for (KeySym keysym : keysyms) {
         const KeyCode code = XKeysymToKeycode(m_display, keysym);
-        if (code && (keys[code / 8] & (1 << (code % 8))))
-            return true;
+        if (code && (keys[code / 8] & (1 << (code % 8))) && !held.contains(code))
+            held.append(code);
     }
-    return false;
+    return held;
 }
 
 void X11KeySynthesizer::send(Command command)
@@ -85,26 +93,44 @@ void X11KeySynthesizer::send(Command command)
     if (!m_display)
         return;
     const bool terminal = terminalClasses().contains(focusedWindowClass());
-    const KeyCode key = XKeysymToKeycode(m_display, command == Command::paste ? XK_v : XK_c);
-    // A modifier the user already holds (the Ask chord is down while its selection is copied)
-    // is left alone: releasing it would release the user's key too and end the hold.
+    KeyCode key = XKeysymToKeycode(m_display, command == Command::paste ? XK_v : XK_c);
+    // A layout without Latin letters (Russian alone, say) has no V: the key where V is on a
+    // PC keyboard is what applications take for Ctrl+V there too.
+    if (!key)
+        key = command == Command::paste ? pcKeyV : pcKeyC;
+    // Ctrl (and Shift in a terminal) the user already holds serves the keystroke as it is:
+    // the Ask chord is down while its selection is copied.
     XkbStateRec state{};
     XkbGetState(m_display, XkbUseCoreKbd, &state);
     const bool controlHeld = state.mods & ControlMask;
     const bool shiftHeld = state.mods & ShiftMask;
     const KeyCode control = controlHeld ? 0 : XKeysymToKeycode(m_display, XK_Control_L);
     const KeyCode shift = terminal && !shiftHeld ? XKeysymToKeycode(m_display, XK_Shift_L) : 0;
-    if (!key || (!control && !controlHeld))
+    if (!control && !controlHeld)
         return;
-    for (KeyCode modifier : {control, shift}) {
-        if (modifier)
-            XTestFakeKeyEvent(m_display, modifier, True, CurrentTime);
-    }
-    XTestFakeKeyEvent(m_display, key, True, CurrentTime);
-    XTestFakeKeyEvent(m_display, key, False, CurrentTime);
-    for (KeyCode modifier : {shift, control}) {
-        if (modifier)
-            XTestFakeKeyEvent(m_display, modifier, False, CurrentTime);
-    }
+    // Any other modifier held would join the keystroke (Ctrl+Alt+C copies nothing, Ctrl+Shift+C
+    // opens a browser's inspector): it is let go for the keystroke and pressed again after,
+    // in a way the key source knows is ours, so the user's hold goes on.
+    QList<unsigned char> extra = heldKeys({XK_Alt_L, XK_Alt_R, XK_Super_L, XK_Super_R, XK_Meta_L,
+                                           XK_Meta_R, XK_Hyper_L, XK_Hyper_R, XK_ISO_Level3_Shift});
+    if (!terminal)
+        extra += heldKeys({XK_Shift_L, XK_Shift_R});
+    X11SyntheticKeys &synthetic = X11SyntheticKeys::shared();
+    const auto fake = [&](KeyCode code, bool press) {
+        if (!code)
+            return;
+        synthetic.expect(code, press);
+        XTestFakeKeyEvent(m_display, code, press, CurrentTime);
+    };
+    for (unsigned char code : std::as_const(extra))
+        fake(code, false);
+    fake(control, true);
+    fake(shift, true);
+    fake(key, true);
+    fake(key, false);
+    fake(shift, false);
+    fake(control, false);
+    for (unsigned char code : std::as_const(extra))
+        fake(code, true);
     XFlush(m_display);
 }

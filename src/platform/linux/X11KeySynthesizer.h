@@ -2,13 +2,16 @@
 
 #include "platform/KeySynthesizer.h"
 
+#include <QList>
 #include <QStringList>
+
+#include <initializer_list>
 
 struct _XDisplay;
 
 // Ctrl+V / Ctrl+C through XTest, or Ctrl+Shift+V / Ctrl+Shift+C when the focused window
 // belongs to a terminal (by WM_CLASS). Modifiers the user already holds are not pressed
-// again; any other modifier held joins the keystroke (X has no per-event flags).
+// again; any other modifier held is let go around the keystroke (X has no per-event flags).
 class X11KeySynthesizer : public KeySynthesizer
 {
 public:
@@ -20,10 +23,11 @@ public:
     static const QStringList &terminalClasses();
 
     void send(Command command) override;
-    bool userModifiersHeld() const override;
     // The WM_CLASS (class part) of the focused window or its nearest ancestor with one.
     QString focusedWindowClass() const;
 
 private:
+    QList<unsigned char> heldKeys(std::initializer_list<unsigned long> keysyms) const;
+
     _XDisplay *m_display = nullptr;
 };

@@ -121,8 +121,10 @@ bool XdgInstalledApps::open(const QString &name)
     if (wanted.isEmpty())
         return false;
     const QList<Entry> all = entries();
+    // An exact name first, as a file name would match: "notes" opens "Notes", not a longer
+    // name that contains it.
     for (const Entry &entry : all) {
-        if (entry.name == wanted)
+        if (entry.name.compare(wanted, Qt::CaseInsensitive) == 0)
             return launch(entry.path);
     }
     const QString lower = wanted.toLower();

@@ -8,8 +8,6 @@ import Ovrin.App
 // properly the offer to start at login.
 PageScaffold {
     id: page
-    // The login-item prompt was answered here; the model keeps offering it until restart.
-    property bool promptAnswered: false
     readonly property bool setupComplete: AppModel.micAuthorized && AppModel.accessibilityTrusted
                                           && AppModel.screenRecordingTrusted
                                           && AppModel.backendReachable
@@ -18,8 +16,8 @@ PageScaffold {
     subtitle: "Hold " + AppModel.hotkeyName + " anywhere to dictate. Use the shortcuts below for AI and screen help."
     onAppeared: AppModel.refreshPermissions()
 
+    // Answering, here or in Settings, puts the prompt away for good.
     function answerPrompt(open) {
-        page.promptAnswered = true;
         AppModel.setLaunchAtLogin(open);
     }
 
@@ -29,7 +27,7 @@ PageScaffold {
         Card {
             objectName: "launchAtLoginPrompt"
             Layout.fillWidth: true
-            visible: AppModel.showLaunchAtLoginPrompt && !page.promptAnswered
+            visible: AppModel.showLaunchAtLoginPrompt
             color: Theme.accentSoft
             border.color: Theme.accent
             spacing: 6

@@ -149,6 +149,8 @@ private Q_SLOTS:
         QTest::newRow("astral") << "𝒜da"
                                 << ""
                                 << "𝒜";
+        QTest::newRow("combining accent")
+            << QStringLiteral("e\u0301mile zola") << "" << QStringLiteral("E\u0301Z");
     }
 
     void initials()

@@ -5,7 +5,7 @@
 #include "core/ManualScheduler.h"
 #include "desktop/CorrectionPrompt.h"
 #include "desktop/FloatingPanel.h"
-#include "platform/CompositorProbe.h"
+#include "platform/WindowSystem.h"
 #include "stores/DictionaryStore.h"
 #include "support/FakeBackendServer.h"
 
@@ -41,9 +41,11 @@ void click(CorrectionPrompt &prompt, const char *name)
     QTest::mouseClick(prompt.panel(), Qt::LeftButton, {}, centre.toPoint());
 }
 
-struct CompositedDesktop : CompositorProbe
+struct CompositedDesktop : WindowSystem
 {
     bool translucencyAvailable() const override { return true; }
+    void showOnEveryWorkspace(quintptr) const override {}
+    std::optional<Pointer> pointer() const override { return std::nullopt; }
 };
 
 } // namespace

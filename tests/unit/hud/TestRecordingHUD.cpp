@@ -374,6 +374,8 @@ private Q_SLOTS:
                                         {"answer", QString::fromUtf8(answer)}});
         };
         const QVariantList pairs = HUDHistory::pair({
+            entry(60, EntryKind::answer, "same instant"),
+            entry(60, EntryKind::question, "asked and answered at once"),
             entry(50, EntryKind::question, "unanswered"),
             entry(40, EntryKind::answer, "four"),
             entry(30, EntryKind::question, "two plus two"),
@@ -383,7 +385,8 @@ private Q_SLOTS:
             entry(11, EntryKind::question, "second"),
             entry(12, EntryKind::answer, "to second"),
         });
-        QCOMPARE(pairs, (QVariantList{pair("unanswered", ""), pair("two plus two", "four"),
+        QCOMPARE(pairs, (QVariantList{pair("asked and answered at once", "same instant"),
+                                      pair("unanswered", ""), pair("two plus two", "four"),
                                       pair("", "orphan answer"), pair("second", "to second"),
                                       pair("first", "")}));
         QVERIFY(HUDHistory::pair({}).isEmpty());

@@ -131,8 +131,11 @@ private Q_SLOTS:
         QTRY_COMPARE(launches().value(1), QStringLiteral("Calculator --flag"));
         QVERIFY(apps.open("editor pro"));
         QTRY_COMPARE(launches().value(2), QStringLiteral("Text Editor Pro --flag"));
+        // A whole name in other case is still the exact one.
+        QVERIFY(apps.open("text editor"));
+        QTRY_COMPARE(launches().value(3), QStringLiteral("Text Editor --flag"));
         QTest::qWait(100);
-        QCOMPARE(launches().size(), 3);
+        QCOMPARE(launches().size(), 4);
     }
 };
 

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "platform/WindowSystem.h"
+
+// A compositing manager on X11 announces itself by owning the _NET_WM_CM_S<screen> selection
+// of the screen it composites; asked afresh on every call, as compositors come and go. Every
+// workspace is the EWMH "all desktops" of the window manager, and the pointer's picture
+// comes from XFixes.
+class X11WindowSystem : public WindowSystem
+{
+public:
+    bool translucencyAvailable() const override;
+    void showOnEveryWorkspace(quintptr window) const override;
+    std::optional<Pointer> pointer() const override;
+};
