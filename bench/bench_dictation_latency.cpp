@@ -10,7 +10,6 @@
 // stamps do not wait for this program's event loop.
 // Usage: bench_dictation_latency [takes, default 10] [seconds per take, default 30]
 #include "LatencyRun.h"
-#include "app/RecorderAdapter.h"
 #include "audio/AudioRecorder.h"
 #include "backend/Backend.h"
 #include "core/DescribedError.h"
@@ -200,7 +199,7 @@ struct Take
 };
 
 // As a dictation session runs once the key is up: stop, upload, paste.
-QCoro::Task<void> dictate(RecorderAdapter &recorder, Backend &backend, Paster &paster,
+QCoro::Task<void> dictate(AudioRecorder &recorder, Backend &backend, Paster &paster,
                           const Clock &clock, Take &take)
 {
     take.stopCalled = clock.now();
@@ -254,16 +253,16 @@ int main(int argc, char *argv[])
     // start, once the take before it has been sent and pasted.
     constexpr double stagger = 0.4;
     std::vector<std::unique_ptr<AudioRecorder>> recorders;
-    std::vector<std::unique_ptr<RecorderAdapter>> adapters;
     std::vector<double> started;
     // The first take only opens the connection machinery: not counted.
     const int recorded = 2 * takes + 1;
     for (int i = 0; i < recorded; ++i) {
         recorders.push_back(std::make_unique<AudioRecorder>());
-        adapters.push_back(std::make_unique<RecorderAdapter>(*recorders.back()));
-        QString error;
-        if (!adapters.back()->start(error))
-            return fail(error);
+        try {
+            recorders.back()->start();
+        } catch (...) {
+            return fail(DescribedError::describe(std::current_exception()));
+        }
         started.push_back(clock.now());
         LatencyRun::pause(scheduler, clock, stagger);
     }
@@ -279,7 +278,7 @@ int main(int argc, char *argv[])
         LatencyRun::pause(scheduler, clock, std::max(0.0, started[at] + seconds - clock.now()));
         Take take;
         keys.pasteSent.reset();
-        QCoro::Task<void> running = dictate(*adapters[at], backend, paster, clock, take);
+        QCoro::Task<void> running = dictate(*recorders[at], backend, paster, clock, take);
         const auto sent = [&take] { return take.done; };
         if (!LatencyRun::waitUntil(scheduler, clock, 60, sent))
             return fail(QStringLiteral("the backend client did not finish within 60 s"));

@@ -5,18 +5,19 @@
 // Prints the median and p95 of the whole path and of each step.
 // Usage: bench_hotkey_latency [repetitions, default 20]   (needs DISPLAY and PulseAudio)
 #include "LatencyRun.h"
-#include "app/RecorderAdapter.h"
 #include "audio/AudioDevices.h"
 #include "audio/AudioRecorder.h"
 #include "audio/Sounds.h"
+#include "core/DescribedError.h"
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
+#include "desktop/QtScreens.h"
 #include "hotkeys/HotkeyManager.h"
-#include "hud/QtHUDScreens.h"
 #include "hud/QuickHUDPanel.h"
 #include "hud/RecordingHUD.h"
 #include "platform/linux/X11KeySource.h"
 #include "platform/linux/X11WindowSystem.h"
+#include "stores/HistoryStore.h"
 
 #include <QApplication>
 #include <QAudioSource>
@@ -120,34 +121,37 @@ int main(int argc, char *argv[])
     StampingKeySource keys(x11Keys, clock);
     HotkeyManager hotkey(keys, clock, scheduler);
     AudioRecorder recorder;
-    RecorderAdapter recorderAdapter(recorder);
-    QtHUDScreens screens;
-    X11WindowSystem compositor;
-    QuickHUDPanel panel(nullptr, screens, scheduler, &compositor);
-    RecordingHUD hud(panel, screens, clock, scheduler);
+    QtScreens screens;
+    X11WindowSystem windows;
+    QuickHUDPanel panel(nullptr, screens, scheduler, &windows);
+    RecordingHUD hud(panel, screens, clock, scheduler, HistoryStore::shared());
     Sounds sounds;
 
     std::optional<double> holdStarted, recorderStarted, firstBlock;
     bool stopped = false;
     QString failure;
-    hotkey.onHoldStart = [&](CaptureMode) {
+    QObject::connect(&recorder, &AudioRecorder::levelChanged, [&](float level) {
+        if (!firstBlock)
+            firstBlock = clock.now();
+        hud.setLevel(level);
+    });
+    QObject::connect(&hotkey, &HotkeyManager::holdStarted, [&](CaptureMode) {
         holdStarted = clock.now();
-        recorderAdapter.setLevelHandler([&](float level) {
-            if (!firstBlock)
-                firstBlock = clock.now();
-            hud.setLevel(level);
-        });
-        if (!recorderAdapter.start(failure))
+        try {
+            recorder.start();
+        } catch (...) {
+            failure = DescribedError::describe(std::current_exception());
             return;
+        }
         recorderStarted = clock.now();
         hud.show(HUDMode::recording(CaptureMode::paste));
         sounds.play(Sounds::Sound::start);
-    };
-    hotkey.onHoldStop = [&](CaptureMode) {
+    });
+    QObject::connect(&hotkey, &HotkeyManager::holdStopped, [&](CaptureMode) {
         hud.hide();
-        recorderAdapter.stop();
+        recorder.stop();
         stopped = true;
-    };
+    });
     if (!hotkey.start()) {
         std::fprintf(stderr, "bench_hotkey_latency: the X server lacks XInput 2.2 or XTEST\n");
         return 1;

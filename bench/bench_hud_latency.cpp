@@ -8,10 +8,11 @@
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
 #include "desktop/FloatingPanel.h"
-#include "hud/QtHUDScreens.h"
+#include "desktop/QtScreens.h"
 #include "hud/QuickHUDPanel.h"
 #include "hud/RecordingHUD.h"
 #include "platform/linux/X11WindowSystem.h"
+#include "stores/HistoryStore.h"
 
 #include <QApplication>
 #include <QQuickItem>
@@ -46,12 +47,12 @@ int main(int argc, char *argv[])
 
     SystemClock clock;
     QtScheduler scheduler;
-    QtHUDScreens screens;
+    QtScreens screens;
     if (!screens.activeScreen())
         return fail("no screen (DISPLAY is not set)");
     X11WindowSystem compositor;
     QuickHUDPanel panel(nullptr, screens, scheduler, &compositor);
-    RecordingHUD hud(panel, screens, clock, scheduler);
+    RecordingHUD hud(panel, screens, clock, scheduler, HistoryStore::shared());
 
     hud.startStreaming(QStringLiteral("What should I say in the launch update?"));
     FloatingPanel *window = panel.window();

@@ -1,10 +1,7 @@
 #include "app/AppDelegate.h"
 
-#include "app/AppModel.h"
-#include "app/BackendAdapter.h"
 #include "app/CaptureSessionController.h"
 #include "app/CaptureStack.h"
-#include "app/LaunchAtLoginManager.h"
 #include "app/LaunchTarget.h"
 #include "app/RequestHandler.h"
 #include "app/TrayStatusItem.h"
@@ -14,10 +11,12 @@
 #include "core/DescribedError.h"
 #include "core/Scheduler.h"
 #include "hotkeys/HotkeyManager.h"
-#include "hotkeys/ShortcutRecorder.h"
+#include "hotkeys/ShortcutRecording.h"
 #include "platform/AccessibilitySwitch.h"
-#include "platform/FnKey.h"
 #include "platform/PermissionProbe.h"
+#include "platform/linux/FnKey.h"
+#include "state/AppModel.h"
+#include "state/LaunchAtLoginManager.h"
 #include "stores/AuthStore.h"
 #include "stores/HistoryStore.h"
 #include "stores/SettingsStore.h"
@@ -39,14 +38,14 @@ QString wrongTargetWarning()
 
 struct AppDelegate::Private
 {
-    Private(PlatformServices platform, Clock &clock, Scheduler &scheduler, AppDelegate &shell)
+    Private(PlatformServices platform, Clock &clock, Scheduler &scheduler)
         : platform(platform), clock(clock), scheduler(scheduler),
           defaults(QStringLiteral("Ovrin"), QStringLiteral("Ovrin")),
-          launchAtLogin(platform.loginItem, defaults), backend(Backend::shared()),
-          model(clock, platform.permissions, backend, launchAtLogin, platform.systemLog),
+          launchAtLogin(platform.loginItem, defaults),
+          model(clock, platform.permissions, Backend::shared(), launchAtLogin, platform.systemLog),
           target(LaunchTarget::current()),
-          capture(platform, model, backend, clock, scheduler, shell),
-          requests(model, capture.controller(), [&shell] { shell.showMainWindow(); })
+          capture(platform, model, Backend::shared(), clock, scheduler),
+          requests(model, capture.controller())
     {}
 
     PlatformServices platform;
@@ -54,7 +53,6 @@ struct AppDelegate::Private
     Scheduler &scheduler;
     QSettings defaults;
     LaunchAtLoginManager launchAtLogin;
-    BackendAdapter backend;
     AppModel model;
     LaunchTarget target;
     CaptureStack capture;
@@ -70,12 +68,15 @@ struct AppDelegate::Private
 
 AppDelegate::AppDelegate(PlatformServices platform, Clock &clock, Scheduler &scheduler,
                          QObject *parent)
-    : QObject(parent), d(std::make_unique<Private>(platform, clock, scheduler, *this))
-{}
+    : QObject(parent), d(std::make_unique<Private>(platform, clock, scheduler))
+{
+    // The choice of this keyboard's fn key is kept with the user defaults.
+    FnKey::shared().keepIn(&d->defaults);
+}
 
 AppDelegate::~AppDelegate()
 {
-    ShortcutRecorder::setRecordingObserver({});
+    FnKey::shared().keepIn(nullptr);
     // Nothing may reach the session once the delegate goes.
     d->permissionTimer.cancel();
     d->capture.hotkey().stop();
@@ -101,18 +102,17 @@ MainWindow &AppDelegate::mainWindow()
     return d->mainWindow;
 }
 
-void AppDelegate::applicationDidFinishLaunching()
+void AppDelegate::launch()
 {
     setupMainMenu();
     setupStatusItem();
     observeMeetingRecorder();
     wireModel();
+    wireCapture();
     applyHotkeySetting();
-    connect(&SettingsStore::shared(), &SettingsStore::didChange, this,
-            &AppDelegate::settingsChanged);
-    // The shortcuts' names carry the fn key's.
-    connect(&FnKey::shared(), &FnKey::keyChanged, this, &AppDelegate::applyHotkeySetting);
-    logBundleIdentity();
+    connect(&SettingsStore::shared(), &SettingsStore::changed, this, &AppDelegate::settingsChanged);
+    connect(&FnKey::shared(), &FnKey::keyChanged, this, &AppDelegate::fnKeyChanged);
+    logLaunchTarget();
     logEnvironment();
     d->model.log(QStringLiteral("Launched."));
     restoreSignIn();
@@ -120,7 +120,7 @@ void AppDelegate::applicationDidFinishLaunching()
     ensureHotkeyActive();
     showMainWindow();
     startPermissionPolling();
-    updateUI();
+    updateTrayIcon();
 }
 
 void AppDelegate::setupStatusItem()
@@ -132,7 +132,7 @@ void AppDelegate::setupStatusItem()
     connect(item, &TrayStatusItem::meetingToggleRequested, this,
             [this] { toggleMeeting(MeetingToggleOrigin::tray); });
     connect(item, &TrayStatusItem::quitRequested, this, &AppDelegate::quitRequested);
-    connect(item, &TrayStatusItem::menuAboutToShow, this, &AppDelegate::menuWillOpen);
+    connect(item, &TrayStatusItem::menuAboutToShow, this, &AppDelegate::prepareTrayMenu);
     connect(item, &TrayStatusItem::transcriptChosen, this,
             [this](const QString &text) { d->capture.controller().copyTranscript(text); });
     item->show();
@@ -160,7 +160,7 @@ void AppDelegate::observeMeetingRecorder()
     const auto follow = [this, &meetings] {
         d->isMeetingRecording = meetings.isRecording();
         d->statusItem->setMeetingRecording(d->isMeetingRecording);
-        updateUI();
+        updateTrayIcon();
     };
     connect(&meetings, &MeetingRecorder::isRecordingChanged, this, follow);
     connect(&meetings, &MeetingRecorder::logLine, this,
@@ -170,23 +170,28 @@ void AppDelegate::observeMeetingRecorder()
 
 void AppDelegate::wireModel()
 {
-    QPointer<AppDelegate> self(this);
-    ShortcutRecorder::setRecordingObserver([self](bool recording) {
-        if (self)
-            self->pauseHotkeys(recording);
+    connect(&ShortcutRecording::shared(), &ShortcutRecording::activeChanged, this,
+            &AppDelegate::pauseHotkeys);
+    connect(&d->model, &AppModel::microphoneAccessRequested, this,
+            &AppDelegate::requestMicrophoneAccess);
+    connect(&d->model, &AppModel::accessibilityAccessRequested, this,
+            &AppDelegate::requestAccessibilityAccess);
+    connect(&d->requests, &RequestHandler::mainWindowWanted, this, &AppDelegate::showMainWindow);
+}
+
+void AppDelegate::wireCapture()
+{
+    CaptureSessionController &controller = d->capture.controller();
+    connect(&controller, &CaptureSessionController::stateChanged, this, [this](SessionState state) {
+        d->sessionState = state;
+        updateTrayIcon();
     });
-    d->model.onRefresh = [self] {
-        if (self)
-            self->d->model.refreshPermissions();
-    };
-    d->model.onRequestMicrophone = [self] {
-        if (self)
-            self->requestMicrophoneAccess();
-    };
-    d->model.onRequestAccessibility = [self] {
-        if (self)
-            self->requestAccessibilityAccess();
-    };
+    connect(&controller, &CaptureSessionController::statusChanged, this,
+            &AppDelegate::setStatusText);
+    connect(&controller, &CaptureSessionController::signInNeeded, this,
+            &AppDelegate::showMainWindow);
+    connect(&controller, &CaptureSessionController::privacyHelpNeeded, this,
+            &AppDelegate::openPrivacySettings);
 }
 
 void AppDelegate::applyHotkeySetting()
@@ -200,7 +205,14 @@ void AppDelegate::settingsChanged()
     applyHotkeySetting();
 }
 
-void AppDelegate::logBundleIdentity()
+void AppDelegate::fnKeyChanged()
+{
+    // The key source and the keyboard map follow on their own; the names carry the key's.
+    applyHotkeySetting();
+    d->model.log(QStringLiteral("Fn key set to %1.").arg(FnKey::shared().label()));
+}
+
+void AppDelegate::logLaunchTarget()
 {
     const QString identifier =
         d->target.identifier().isEmpty() ? QStringLiteral("(none)") : d->target.identifier();
@@ -349,24 +361,18 @@ void AppDelegate::setStatusText(const QString &text)
         d->statusItem->setStatusText(text);
 }
 
-void AppDelegate::updateStatusIcon(SessionState state)
-{
-    d->sessionState = state;
-    updateUI();
-}
-
-void AppDelegate::updateUI()
+void AppDelegate::updateTrayIcon()
 {
     if (!d->statusItem)
         return;
     if (d->isMeetingRecording)
-        d->statusItem->setSymbol(QStringLiteral("record.circle.fill"));
+        d->statusItem->setIconName(QStringLiteral("media-record"));
     else if (d->sessionState == SessionState::recording)
-        d->statusItem->setSymbol(QStringLiteral("mic.fill"));
+        d->statusItem->setIconName(QStringLiteral("microphone"));
     else if (d->sessionState == SessionState::working)
-        d->statusItem->setSymbol(QStringLiteral("waveform"));
+        d->statusItem->setIconName(QStringLiteral("waveform"));
     else
-        d->statusItem->setSymbol(QStringLiteral("mic"));
+        d->statusItem->setIconName(QStringLiteral("microphone-idle"));
 }
 
 void AppDelegate::showMainWindow()
@@ -386,7 +392,7 @@ void AppDelegate::openPrivacySettings(const QString &page)
     showMainWindow();
 }
 
-void AppDelegate::menuWillOpen()
+void AppDelegate::prepareTrayMenu()
 {
     d->statusItem->setMeetingRecording(d->isMeetingRecording);
     HistoryStore &history = HistoryStore::shared();

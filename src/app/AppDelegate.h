@@ -2,7 +2,6 @@
 
 #include "app/PlatformServices.h"
 #include "app/SessionState.h"
-#include "app/StatusShell.h"
 
 #include <QObject>
 #include <QStringList>
@@ -19,7 +18,7 @@ class TrayStatusItem;
 
 // Owns the long-lived objects of the application, runs its launch sequence, the tray menu,
 // the permission poll and the requests other Ovrin processes hand over.
-class AppDelegate : public QObject, public StatusShell
+class AppDelegate : public QObject
 {
     Q_OBJECT
 public:
@@ -29,7 +28,8 @@ public:
                 QObject *parent = nullptr);
     ~AppDelegate() override;
 
-    void applicationDidFinishLaunching();
+    // Menus, tray, hotkeys, sign-in and permissions, then the window and the 2 s poll.
+    void launch();
     AppModel &model();
     TrayStatusItem &statusItem();
     CaptureStack &capture();
@@ -39,11 +39,10 @@ public:
     void handleArguments(const QStringList &arguments);
     void handleURL(const QUrl &url);
 
-    // StatusShell
-    void setStatusText(const QString &text) override;
-    void updateStatusIcon(SessionState state) override;
-    void showMainWindow() override;
-    void openPrivacySettings(const QString &page) override;
+    void setStatusText(const QString &text);
+    void showMainWindow();
+    // Shows how to grant a permission; `page` names it ("Privacy_Microphone", …).
+    void openPrivacySettings(const QString &page);
 
     void requestAccessibilityAccess();
     void requestMicrophoneAccess();
@@ -62,16 +61,18 @@ private:
     void setupStatusItem();
     void observeMeetingRecorder();
     void wireModel();
+    void wireCapture();
     void applyHotkeySetting();
-    void logBundleIdentity();
+    void logLaunchTarget();
     void logWrongTarget();
     void logEnvironment();
     void restoreSignIn();
     void startPermissionPolling();
     void pollPermissions();
-    void updateUI();
-    void menuWillOpen();
+    void updateTrayIcon();
+    void prepareTrayMenu();
     void settingsChanged();
+    void fnKeyChanged();
 
     struct Private;
     std::unique_ptr<Private> d;

@@ -1,14 +1,24 @@
 #include "app/CaptureSessionController.h"
 
-#include "app/AppModel.h"
+#include "audio/AudioRecorder.h"
+#include "audio/Sounds.h"
 #include "core/DescribedError.h"
 #include "core/Scheduler.h"
 #include "core/Text.h"
-#include "hotkeys/Shortcut.h"
+#include "correction/Corrections.h"
+#include "desktop/Paster.h"
+#include "desktop/SelectionReader.h"
+#include "hud/RecordingHUD.h"
+#include "platform/InstalledApps.h"
 #include "platform/PermissionProbe.h"
+#include "platform/linux/FnKey.h"
+#include "screenshot/ScreenCapturer.h"
+#include "state/AppModel.h"
+#include "stores/AuthStore.h"
+#include "stores/HistoryStore.h"
+#include "stores/SettingsStore.h"
 
 #include <QPointer>
-#include <QThread>
 
 namespace {
 
@@ -17,11 +27,7 @@ QString quoted(const QString &text)
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
-// The key acting as fn, as the user chose it ("Right Ctrl").
-QString fnKeyName()
-{
-    return Shortcut(Shortcut::fn).displayName();
-}
+using Sound = Sounds::Sound;
 
 QString failurePrefix(CaptureMode mode)
 {
@@ -38,12 +44,18 @@ QString failurePrefix(CaptureMode mode)
 
 } // namespace
 
-CaptureSessionController::CaptureSessionController(SessionServices services, AppModel &model,
-                                                   PermissionProbe &permissions,
-                                                   Scheduler &scheduler, QObject *parent)
-    : QObject(parent), m_services(services), m_model(model), m_permissions(permissions),
-      m_scheduler(scheduler)
-{}
+CaptureSessionController::CaptureSessionController(CaptureServices services, QObject *parent)
+    : QObject(parent), m_services(services)
+{
+    // The recorder only speaks while it records, and the pill shows its level.
+    connect(&m_services.recorder, &AudioRecorder::levelChanged, &m_services.hud,
+            &RecordingHUD::setLevel);
+    connect(&m_services.corrections, &Corrections::correctionFound, this,
+            [this](const QString &heard, const QString &corrected) {
+                m_services.model.log(QStringLiteral("✎ Correction detected: %1 → %2")
+                                         .arg(quoted(heard), quoted(corrected)));
+            });
+}
 
 CaptureSessionController::~CaptureSessionController()
 {
@@ -53,16 +65,16 @@ CaptureSessionController::~CaptureSessionController()
 
 void CaptureSessionController::handleHoldStart(CaptureMode mode)
 {
-    m_model.setHotkeyIsDown(true);
+    m_services.model.setHotkeyIsDown(true);
     switch (mode) {
     case CaptureMode::paste:
-        m_model.log(QStringLiteral("▼ Dictation key pressed"));
+        m_services.model.log(QStringLiteral("▼ Dictation key pressed"));
         break;
     case CaptureMode::ask:
-        m_model.log(QStringLiteral("▼ Ask-AI key pressed"));
+        m_services.model.log(QStringLiteral("▼ Ask-AI key pressed"));
         break;
     case CaptureMode::screen:
-        m_model.log(QStringLiteral("▼ Read-screen key pressed"));
+        m_services.model.log(QStringLiteral("▼ Read-screen key pressed"));
         break;
     }
     startRecording(mode, false);
@@ -71,21 +83,23 @@ void CaptureSessionController::handleHoldStart(CaptureMode mode)
 void CaptureSessionController::handleHoldStop(CaptureMode)
 {
     // Whatever chord is released ends the session that is recording.
-    m_model.setHotkeyIsDown(false);
-    m_model.log(QStringLiteral("▲ Key released"));
+    m_services.model.setHotkeyIsDown(false);
+    m_services.model.log(QStringLiteral("▲ Key released"));
     stopAndTranscribe();
 }
 
 void CaptureSessionController::handleHandsFreeStart()
 {
-    m_model.log(QStringLiteral("⊙ Hands-free started (double-tap %1). Tap %1 again to stop.")
-                    .arg(fnKeyName()));
+    m_services.model.log(
+        QStringLiteral("⊙ Hands-free started (double-tap %1). Tap %1 again to stop.")
+            .arg(FnKey::shared().label()));
     startRecording(CaptureMode::paste, true);
 }
 
 void CaptureSessionController::handleHandsFreeStop()
 {
-    m_model.log(QStringLiteral("⊙ Hands-free stopped (%1). Transcribing…").arg(fnKeyName()));
+    m_services.model.log(
+        QStringLiteral("⊙ Hands-free stopped (%1). Transcribing…").arg(FnKey::shared().label()));
     stopAndTranscribe();
 }
 
@@ -94,21 +108,21 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
     if (m_state != SessionState::idle)
         return;
 
-    m_services.corrections.stopWatching();
-    m_services.corrections.hidePrompt();
+    m_services.corrections.dismiss();
 
-    if (!m_services.signIn.isSignedIn()) {
-        m_model.log(QStringLiteral("Not signed in — opening Ovrin to log in."));
+    if (!m_services.auth.signedIn() || m_services.auth.token().isEmpty()) {
+        m_services.model.log(QStringLiteral("Not signed in — opening Ovrin to log in."));
         m_services.hud.showError(QStringLiteral("Sign in to Ovrin to use dictation."));
-        m_services.shell.showMainWindow();
+        Q_EMIT signInNeeded();
         return;
     }
 
-    if (!m_model.micAuthorized()) {
-        const auto status = m_permissions.microphoneAuthorization();
+    if (!m_services.model.micAuthorized()) {
+        const auto status = m_services.permissions.microphoneAuthorization();
         if (status == MicrophoneAuthorization::restricted ||
             status == MicrophoneAuthorization::denied) {
-            m_model.log(QStringLiteral("Cannot record: microphone permission not granted."));
+            m_services.model.log(
+                QStringLiteral("Cannot record: microphone permission not granted."));
             setStatus(QStringLiteral("Microphone access needed"));
             m_services.hud.showError(
                 QStringLiteral("Microphone access is required. Check that a microphone is "
@@ -127,43 +141,44 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
     if (mode == CaptureMode::ask)
         readAskContext();
     else if (mode == CaptureMode::screen)
-        m_screenshotTask.emplace(
-            m_services.screenshots.captureActiveDisplay(screenshotMaxDimension, screenshotQuality));
-
-    QPointer<CaptureSessionController> self(this);
-    m_services.recorder.setLevelHandler([self](float level) {
-        if (self)
-            self->m_services.hud.setLevel(level);
-    });
+        // The question is about the user's screen, not about our last answer card.
+        m_screenshotTask.emplace(m_services.screens.captureActiveDisplay(
+            screenshotMaxDimension, screenshotQuality,
+            {m_services.hud.window(), m_services.corrections.banner()}));
 
     QString error;
-    if (!m_services.recorder.start(error)) {
+    try {
+        m_services.recorder.start();
+    } catch (...) {
+        error = DescribedError::describe(std::current_exception());
+    }
+    if (!error.isNull()) {
         endIdle();
-        m_model.log(QStringLiteral("ERROR starting recorder: ") + error);
+        m_services.model.log(QStringLiteral("ERROR starting recorder: ") + error);
         setStatus(QStringLiteral("Mic error: ") + error);
         m_services.hud.showError(QStringLiteral("Couldn't start the microphone: ") + error);
-        m_services.cues.play(Cue::fail);
+        m_services.sounds.play(Sound::fail);
         return;
     }
 
     setState(SessionState::recording);
-    m_model.setActivity(Activity::recording);
+    m_services.model.setActivity(Activity::recording);
     switch (mode) {
     case CaptureMode::paste:
-        m_model.log(QStringLiteral("● Recording started"));
+        m_services.model.log(QStringLiteral("● Recording started"));
         setStatus(QStringLiteral("Listening…"));
         break;
     case CaptureMode::ask:
-        m_model.log(QStringLiteral("● Recording (Ask AI)…"));
+        m_services.model.log(QStringLiteral("● Recording (Ask AI)…"));
         setStatus(QStringLiteral("Listening (Ask AI)…"));
         break;
     case CaptureMode::screen:
-        m_model.log(QStringLiteral("● Recording (Read screen)…"));
+        m_services.model.log(QStringLiteral("● Recording (Read screen)…"));
         setStatus(QStringLiteral("Listening (Read screen)…"));
         break;
     }
     m_services.hud.show(HUDMode::recording(mode));
-    m_services.cues.play(Cue::start);
+    m_services.sounds.play(Sound::start);
 }
 
 void CaptureSessionController::readAskContext()
@@ -174,9 +189,9 @@ void CaptureSessionController::readAskContext()
     m_askContext = selection.value_or(QString());
     if (m_askContext.isEmpty())
         return;
-    m_model.log(QStringLiteral("✎ Using selected text as context (%1 chars): %2")
-                    .arg(Text::characterCount(m_askContext))
-                    .arg(quoted(Text::truncated(m_askContext, 60))));
+    m_services.model.log(QStringLiteral("✎ Using selected text as context (%1 chars): %2")
+                             .arg(Text::characterCount(m_askContext))
+                             .arg(quoted(Text::truncated(m_askContext, 60))));
 }
 
 void CaptureSessionController::stopAndTranscribe()
@@ -185,22 +200,23 @@ void CaptureSessionController::stopAndTranscribe()
         return;
 
     setState(SessionState::working);
-    m_model.setActivity(Activity::transcribing);
+    m_services.model.setActivity(Activity::transcribing);
     setStatus(QStringLiteral("Transcribing…"));
     m_services.hud.show(HUDMode::processing(m_captureMode));
-    m_services.cues.play(Cue::stop);
+    m_services.sounds.play(Sound::stop);
 
     const std::optional<QByteArray> wav = m_services.recorder.stop();
     if (!wav || wav->isEmpty()) {
         endIdle();
-        m_model.log(QStringLiteral("No audio captured (empty buffer)."));
+        m_services.model.log(QStringLiteral("No audio captured (empty buffer)."));
         setStatus(QStringLiteral("No audio captured"));
         m_services.hud.hide();
         return;
     }
 
-    m_model.log(QStringLiteral("■ Recording stopped — %1 bytes of WAV. Sending to backend…")
-                    .arg(wav->size()));
+    m_services.model.log(
+        QStringLiteral("■ Recording stopped — %1 bytes of WAV. Sending to backend…")
+            .arg(wav->size()));
 
     m_transcribeTask = CancellationToken();
     std::optional<ScreenshotTask> screenshot = std::move(m_screenshotTask);
@@ -246,7 +262,7 @@ QCoro::Task<void> CaptureSessionController::runDictation(QByteArray wav, Setting
     if (isGone(self, token))
         co_return;
     const QString text = Text::trimmed(raw);
-    handleResult(text, settings);
+    deliverTranscript(text, settings);
     if (text.isEmpty())
         co_return;
 
@@ -256,8 +272,10 @@ QCoro::Task<void> CaptureSessionController::runDictation(QByteArray wav, Setting
     } catch (...) {
         co_return;
     }
+    // The cached list is out of date whatever its age, so a second dictation within the
+    // refresh interval still shows up.
     if (self)
-        m_services.history.refreshTranscripts();
+        m_services.history.refresh({HistoryScope::transcripts}, true);
 }
 
 QCoro::Task<void> CaptureSessionController::runAsk(QByteArray wav, QString askContext,
@@ -270,15 +288,15 @@ QCoro::Task<void> CaptureSessionController::runAsk(QByteArray wav, QString askCo
         co_return;
     if (question.isEmpty()) {
         endIdle();
-        m_model.log(QStringLiteral("Nothing heard for the AI."));
+        m_services.model.log(QStringLiteral("Nothing heard for the AI."));
         setStatus(QStringLiteral("Nothing heard"));
         m_services.hud.showError(QStringLiteral("Didn't catch that — no speech detected."));
-        m_services.cues.play(Cue::fail);
+        m_services.sounds.play(Sound::fail);
         co_return;
     }
 
-    m_model.setLastTranscript(question);
-    m_model.log(QStringLiteral("❓ Asked: ") + quoted(question));
+    m_services.model.setLastTranscript(question);
+    m_services.model.log(QStringLiteral("❓ Asked: ") + quoted(question));
     m_services.hud.startStreaming(question);
 
     const QString answer =
@@ -287,7 +305,7 @@ QCoro::Task<void> CaptureSessionController::runAsk(QByteArray wav, QString askCo
     if (isGone(self, token))
         co_return;
     finishAskStream(answer);
-    m_services.history.refreshChat();
+    m_services.history.refresh({HistoryScope::chat}, true);
 }
 
 QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav,
@@ -308,12 +326,12 @@ QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav,
     if (!jpeg || jpeg->isEmpty()) {
         // Without a picture the question is pointless: the audio is never sent.
         endIdle();
-        m_model.log(QStringLiteral("Screen capture failed — likely not an X11 session."));
+        m_services.model.log(QStringLiteral("Screen capture failed — likely not an X11 session."));
         m_services.hud.showError(
             QStringLiteral("Couldn't capture the screen. Read screen needs an X11 session — "
                            "log in to one, then try again."));
-        m_services.shell.openPrivacySettings(QStringLiteral("Privacy_ScreenCapture"));
-        m_services.cues.play(Cue::fail);
+        Q_EMIT privacyHelpNeeded(QStringLiteral("Privacy_ScreenCapture"));
+        m_services.sounds.play(Sound::fail);
         co_return;
     }
 
@@ -321,8 +339,9 @@ QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav,
         Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
     if (isGone(self, token))
         co_return;
-    m_model.log(spoken.isEmpty() ? QStringLiteral("◳ Asking about the screen (no question)…")
-                                 : QStringLiteral("◳ Asked about screen: ") + quoted(spoken));
+    m_services.model.log(spoken.isEmpty()
+                             ? QStringLiteral("◳ Asking about the screen (no question)…")
+                             : QStringLiteral("◳ Asked about screen: ") + quoted(spoken));
     const QString question = spoken.isEmpty() ? QStringLiteral("What's on my screen?") : spoken;
     m_services.hud.startStreaming(question);
 
@@ -331,46 +350,29 @@ QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav,
     if (isGone(self, token))
         co_return;
     finishAskStream(answer);
-    m_services.history.refreshChat();
+    m_services.history.refresh({HistoryScope::chat}, true);
 }
 
-SessionBackend::DeltaHandler CaptureSessionController::deltaHandler(const CancellationToken &token)
+Backend::DeltaHandler CaptureSessionController::deltaHandler(const CancellationToken &token)
 {
     QPointer<CaptureSessionController> self(this);
     return [self, token](const QString &delta) {
-        if (!self)
-            return;
-        self->onMainThread([self, token, delta] {
-            if (!isGone(self, token))
-                self->m_services.hud.appendStreaming(delta);
-        });
+        if (!isGone(self, token))
+            self->m_services.hud.appendStreaming(delta);
     };
 }
 
-SessionBackend::ActionHandler
-CaptureSessionController::actionHandler(const CancellationToken &token)
+Backend::ActionHandler CaptureSessionController::actionHandler(const CancellationToken &token)
 {
     QPointer<CaptureSessionController> self(this);
     return [self, token](const QString &type, const QString &name) {
-        if (!self || type != u"open_app")
+        if (isGone(self, token) || type != u"open_app")
             return;
-        self->onMainThread([self, token, name] {
-            if (isGone(self, token))
-                return;
-            if (self->m_services.apps.open(name))
-                self->m_model.log(QStringLiteral("🚀 Opened ") + name);
-            else
-                self->m_model.log(QStringLiteral("⚠️ Couldn't find app: ") + name);
-        });
+        if (self->m_services.apps.open(name))
+            self->m_services.model.log(QStringLiteral("🚀 Opened ") + name);
+        else
+            self->m_services.model.log(QStringLiteral("⚠️ Couldn't find app: ") + name);
     };
-}
-
-void CaptureSessionController::onMainThread(std::function<void()> work)
-{
-    if (QThread::currentThread() == thread())
-        work();
-    else
-        QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
 }
 
 void CaptureSessionController::finishAskStream(const QString &answer)
@@ -378,69 +380,56 @@ void CaptureSessionController::finishAskStream(const QString &answer)
     endIdle();
     const QString text = Text::trimmed(answer);
     if (text.isEmpty()) {
-        m_model.log(QStringLiteral("AI returned an empty answer."));
+        m_services.model.log(QStringLiteral("AI returned an empty answer."));
         setStatus(QStringLiteral("No answer"));
         m_services.hud.showError(QStringLiteral("The AI returned an empty answer."));
-        m_services.cues.play(Cue::fail);
+        m_services.sounds.play(Sound::fail);
         return;
     }
-    m_model.log(QStringLiteral("✓ AI answered."));
-    m_services.text.copyToClipboard(text);
-    m_services.hud.finishStreaming(m_model.askKeyName(), text);
+    m_services.model.log(QStringLiteral("✓ AI answered."));
+    m_services.paster.copy(text);
+    m_services.hud.finishStreaming(m_services.model.askKeyName(), text);
     setStatus(QStringLiteral("Answered ✓ (copied to clipboard)"));
-    m_services.cues.play(Cue::done);
+    m_services.sounds.play(Sound::done);
 }
 
-void CaptureSessionController::handleResult(const QString &rawText, const Settings &settings)
+void CaptureSessionController::deliverTranscript(const QString &rawText, const Settings &settings)
 {
     endIdle();
     const QString text = Text::trimmed(rawText);
     if (text.isEmpty()) {
-        m_model.log(QStringLiteral("API returned empty transcript."));
+        m_services.model.log(QStringLiteral("API returned empty transcript."));
         setStatus(QStringLiteral("Nothing transcribed"));
         m_services.hud.showError(QStringLiteral("Nothing transcribed — no speech detected."));
-        m_services.cues.play(Cue::fail);
+        m_services.sounds.play(Sound::fail);
         return;
     }
 
     m_services.hud.hide();
-    m_model.setLastTranscript(text);
-    m_model.log(QStringLiteral("✓ Transcript: ") + quoted(text));
-    m_services.cues.play(Cue::done);
+    m_services.model.setLastTranscript(text);
+    m_services.model.log(QStringLiteral("✓ Transcript: ") + quoted(text));
+    m_services.sounds.play(Sound::done);
 
     if (!settings.pasteAutomatically) {
-        m_services.text.copyToClipboard(text);
-        m_model.log(QStringLiteral("Copied to clipboard."));
+        m_services.paster.copy(text);
+        m_services.model.log(QStringLiteral("Copied to clipboard."));
         setStatus(QStringLiteral("Copied to clipboard ✓"));
         return;
     }
 
-    m_services.text.paste(text);
-    m_model.log(QStringLiteral("Pasted into focused app."));
+    m_services.paster.paste(text);
+    m_services.model.log(QStringLiteral("Pasted into focused app."));
     setStatus(QStringLiteral("Pasted ✓"));
-    QPointer<CaptureSessionController> self(this);
-    m_services.corrections.startWatching(text, [self](const QString &heard,
-                                                      const QString &corrected) {
-        if (!self)
-            return;
-        self->m_model.log(
-            QStringLiteral("✎ Correction detected: %1 → %2").arg(quoted(heard), quoted(corrected)));
-        self->m_services.corrections.showPrompt(heard, corrected);
-    });
+    m_services.corrections.watch(text);
 }
 
 void CaptureSessionController::failSession(CaptureMode mode, const QString &description)
 {
     endIdle();
-    m_model.log(QStringLiteral("ERROR: ") + description);
+    m_services.model.log(QStringLiteral("ERROR: ") + description);
     setStatus(description);
     m_services.hud.showError(failurePrefix(mode) + description);
-    m_services.cues.play(Cue::fail);
-}
-
-void CaptureSessionController::armWatchdog()
-{
-    m_watchdog = m_scheduler.schedule(watchdogSeconds, [this] { watchdogFired(); });
+    m_services.sounds.play(Sound::fail);
 }
 
 void CaptureSessionController::watchdogFired()
@@ -449,18 +438,18 @@ void CaptureSessionController::watchdogFired()
         return;
     m_transcribeTask.cancel();
     endIdle();
-    m_model.log(QStringLiteral("⏱ Timed out — no response from the backend."));
+    m_services.model.log(QStringLiteral("⏱ Timed out — no response from the backend."));
     m_services.hud.showError(QStringLiteral(
         "This is taking longer than expected. Make sure the backend is running, then try again."));
-    m_services.cues.play(Cue::fail);
+    m_services.sounds.play(Sound::fail);
 }
 
 void CaptureSessionController::setStatus(const QString &text)
 {
     QPointer<CaptureSessionController> self(this);
-    m_scheduler.post([self, text] {
+    m_services.scheduler.post([self, text] {
         if (self)
-            self->m_services.shell.setStatusText(text);
+            Q_EMIT self->statusChanged(text);
     });
 }
 
@@ -468,8 +457,8 @@ void CaptureSessionController::copyTranscript(const QVariant &representedObject)
 {
     if (representedObject.typeId() != QMetaType::QString)
         return;
-    m_services.text.copyToClipboard(representedObject.toString());
-    m_model.log(QStringLiteral("Copied transcript from the system tray."));
+    m_services.paster.copy(representedObject.toString());
+    m_services.model.log(QStringLiteral("Copied transcript from the system tray."));
     setStatus(QStringLiteral("Copied ✓"));
 }
 
@@ -477,9 +466,8 @@ void CaptureSessionController::setState(SessionState state)
 {
     // The observer runs on every assignment, also when the value does not change.
     m_state = state;
-    m_services.shell.updateStatusIcon(state);
     if (state == SessionState::working)
-        armWatchdog();
+        m_watchdog = m_services.scheduler.schedule(watchdogSeconds, [this] { watchdogFired(); });
     else
         m_watchdog.cancel();
     Q_EMIT stateChanged(state);
@@ -488,7 +476,7 @@ void CaptureSessionController::setState(SessionState state)
 void CaptureSessionController::endIdle()
 {
     setState(SessionState::idle);
-    m_model.setActivity(Activity::idle);
+    m_services.model.setActivity(Activity::idle);
 }
 
 bool CaptureSessionController::isGone(const QObject *self, const CancellationToken &token)

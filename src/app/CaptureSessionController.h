@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/SessionServices.h"
 #include "app/SessionState.h"
+#include "backend/Backend.h"
 #include "core/CancellationToken.h"
 #include "core/TimerHandle.h"
 #include "hotkeys/CaptureMode.h"
@@ -14,13 +14,46 @@
 #include <optional>
 
 class AppModel;
+class AudioRecorder;
+class AuthStore;
+class Corrections;
+class HistoryStore;
+class InstalledApps;
+class Paster;
 class PermissionProbe;
+class RecordingHUD;
 class Scheduler;
+class ScreenCapturer;
+class SelectionReader;
+class SettingsStore;
+class Sounds;
 
-// Turns hotkey events into capture sessions: records, sends the take to the backend under
+// What a capture session works with. The first five reach the outside world (the microphone,
+// the backend, the screen, other applications, the system's permissions) and are what unit
+// tests fake; the rest of the application is used as it is. All outlive the controller.
+struct CaptureServices
+{
+    AudioRecorder &recorder;
+    Backend &backend;
+    ScreenCapturer &screens;
+    InstalledApps &apps;
+    PermissionProbe &permissions;
+    Paster &paster;
+    SelectionReader &selection;
+    RecordingHUD &hud;
+    Corrections &corrections;
+    Sounds &sounds;
+    AuthStore &auth;
+    HistoryStore &history;
+    SettingsStore &settings;
+    AppModel &model;
+    Scheduler &scheduler;
+};
+
+// Turns hotkey gestures into capture sessions: records, sends the take to the backend under
 // a watchdog, and delivers the result (pasted, copied, or streamed as an answer). At most one
 // session exists at a time; every failure ends idle with one log line, one status line and
-// one HUD error. Main thread only.
+// one HUD error.
 class CaptureSessionController : public QObject
 {
     Q_OBJECT
@@ -29,9 +62,7 @@ public:
     static constexpr double screenshotMaxDimension = 1568;
     static constexpr double screenshotQuality = 0.6;
 
-    CaptureSessionController(SessionServices services, AppModel &model,
-                             PermissionProbe &permissions, Scheduler &scheduler,
-                             QObject *parent = nullptr);
+    explicit CaptureSessionController(CaptureServices services, QObject *parent = nullptr);
     ~CaptureSessionController() override;
 
     SessionState state() const { return m_state; }
@@ -39,7 +70,7 @@ public:
     bool handsFree() const { return m_handsFree; }
     QString askContext() const { return m_askContext; }
 
-    // The hotkey engine's four callbacks.
+    // The hotkey engine's gestures.
     void handleHoldStart(CaptureMode mode);
     void handleHoldStop(CaptureMode mode);
     void handleHandsFreeStart();
@@ -47,16 +78,18 @@ public:
 
     void startRecording(CaptureMode mode, bool handsFree);
     void stopAndTranscribe();
-    void handleResult(const QString &text, const Settings &settings);
-    void finishAskStream(const QString &answer);
-    void armWatchdog();
-    // Sets the menu's status line on a later turn of the event loop, so any caller may use it.
-    void setStatus(const QString &text);
     // Action of a recent-transcript menu item: copies the item's text.
     void copyTranscript(const QVariant &representedObject);
 
 Q_SIGNALS:
+    // On every assignment of the state, also when it does not change.
     void stateChanged(SessionState state);
+    // The tray menu's status line; always on a later turn of the event loop.
+    void statusChanged(const QString &text);
+    // Nobody is signed in: the window, where the user signs in, comes forward.
+    void signInNeeded();
+    // A permission is missing; `page` names it ("Privacy_ScreenCapture", …).
+    void privacyHelpNeeded(const QString &page);
 
 private:
     using ScreenshotTask = QCoro::Task<std::optional<QByteArray>>;
@@ -64,8 +97,11 @@ private:
     void setState(SessionState state);
     void endIdle();
     void readAskContext();
+    void deliverTranscript(const QString &text, const Settings &settings);
+    void finishAskStream(const QString &answer);
     void watchdogFired();
     void failSession(CaptureMode mode, const QString &description);
+    void setStatus(const QString &text);
     static bool isGone(const QObject *self, const CancellationToken &token);
 
     QCoro::Task<void> runSession(CaptureMode mode, QByteArray wav, Settings settings,
@@ -75,14 +111,10 @@ private:
     QCoro::Task<void> runAsk(QByteArray wav, QString askContext, CancellationToken token);
     QCoro::Task<void> runScreen(QByteArray wav, std::optional<ScreenshotTask> screenshot,
                                 CancellationToken token);
-    SessionBackend::DeltaHandler deltaHandler(const CancellationToken &token);
-    SessionBackend::ActionHandler actionHandler(const CancellationToken &token);
-    void onMainThread(std::function<void()> work);
+    Backend::DeltaHandler deltaHandler(const CancellationToken &token);
+    Backend::ActionHandler actionHandler(const CancellationToken &token);
 
-    SessionServices m_services;
-    AppModel &m_model;
-    PermissionProbe &m_permissions;
-    Scheduler &m_scheduler;
+    CaptureServices m_services;
 
     SessionState m_state = SessionState::idle;
     CancellationToken m_transcribeTask;

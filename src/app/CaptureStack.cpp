@@ -1,24 +1,19 @@
 #include "app/CaptureStack.h"
 
-#include "app/AppModel.h"
 #include "app/CaptureSessionController.h"
-#include "app/CorrectionAdapter.h"
-#include "app/CueAdapter.h"
-#include "app/DesktopAdapter.h"
-#include "app/HudAdapter.h"
-#include "app/RecorderAdapter.h"
-#include "app/StoresAdapter.h"
 #include "audio/AudioRecorder.h"
-#include "correction/CorrectionWatcher.h"
-#include "desktop/CorrectionPrompt.h"
-#include "desktop/FloatingPanel.h"
+#include "audio/Sounds.h"
+#include "correction/Corrections.h"
 #include "desktop/Paster.h"
+#include "desktop/QtScreens.h"
 #include "desktop/SelectionReader.h"
 #include "hotkeys/HotkeyManager.h"
 #include "hud/HUDHistory.h"
-#include "hud/QtHUDScreens.h"
 #include "hud/QuickHUDPanel.h"
+#include "hud/RecordingHUD.h"
+#include "platform/linux/FnKey.h"
 #include "screenshot/ScreenCapturer.h"
+#include "state/AppModel.h"
 #include "stores/AuthStore.h"
 #include "stores/DictionaryStore.h"
 #include "stores/HistoryStore.h"
@@ -26,71 +21,63 @@
 
 struct CaptureStack::Components
 {
-    Components(PlatformServices platform, AppModel &model, SessionBackend &backend, Clock &clock,
-               Scheduler &scheduler, StatusShell &shell)
+    Components(PlatformServices platform, AppModel &model, Backend &backend, Clock &clock,
+               Scheduler &scheduler)
         : model(model), recorder([] { return SettingsStore::shared().current().micUID; }),
-          recorderAdapter(recorder), hotkey(platform.keySource, clock, scheduler),
-          history(HistoryStore::shared()),
+          hotkey(platform.keySource, clock, scheduler), history(HistoryStore::shared()),
           hudPanel(&history, screens, scheduler, platform.windowSystem),
-          hud(hudPanel, screens, clock, scheduler), hudAdapter(hud),
+          hud(hudPanel, screens, clock, scheduler, HistoryStore::shared()),
           paster(platform.keySynthesizer, scheduler),
           selection(platform.focusedText, platform.keySynthesizer, platform.clipboard),
           screenshots(platform.windowSystem),
-          desktop(paster, selection, screenshots, platform.installedApps,
-                  [this] { return ownPanels(); }),
-          watcher(platform.focusedText, clock, scheduler),
-          prompt(
-              scheduler,
-              [](QString term, std::optional<QString> heardAs) {
-                  DictionaryStore::shared().add(std::move(term), std::move(heardAs));
-              },
-              platform.windowSystem),
-          corrections(watcher, prompt),
-          stores(AuthStore::shared(), HistoryStore::shared(), SettingsStore::shared()),
-          cues(Sounds::shared()),
-          controller(SessionServices{recorderAdapter, hudAdapter, backend, desktop, desktop,
-                                     desktop, desktop, corrections, cues, stores, stores, stores,
-                                     shell},
-                     model, platform.permissions, scheduler)
+          corrections(platform.focusedText, clock, scheduler, DictionaryStore::shared(), screens,
+                      platform.windowSystem),
+          controller(CaptureServices{
+              .recorder = recorder,
+              .backend = backend,
+              .screens = screenshots,
+              .apps = platform.installedApps,
+              .permissions = platform.permissions,
+              .paster = paster,
+              .selection = selection,
+              .hud = hud,
+              .corrections = corrections,
+              .sounds = Sounds::shared(),
+              .auth = AuthStore::shared(),
+              .history = HistoryStore::shared(),
+              .settings = SettingsStore::shared(),
+              .model = model,
+              .scheduler = scheduler,
+          })
     {}
-
-    // Our panels, which a screenshot must leave out.
-    QList<QWindow *> ownPanels() const { return {hudPanel.window(), prompt.panel()}; }
 
     AppModel &model;
     AudioRecorder recorder;
-    RecorderAdapter recorderAdapter;
     HotkeyManager hotkey;
-    QtHUDScreens screens;
+    QtScreens screens;
     HUDHistory history;
     QuickHUDPanel hudPanel;
     RecordingHUD hud;
-    HudAdapter hudAdapter;
     Paster paster;
     SelectionReader selection;
     ScreenCapturer screenshots;
-    DesktopAdapter desktop;
-    CorrectionWatcher watcher;
-    CorrectionPrompt prompt;
-    CorrectionAdapter corrections;
-    StoresAdapter stores;
-    CueAdapter cues;
+    Corrections corrections;
     CaptureSessionController controller;
 };
 
-CaptureStack::CaptureStack(PlatformServices platform, AppModel &model, SessionBackend &backend,
-                           Clock &clock, Scheduler &scheduler, StatusShell &shell)
-    : d(std::make_unique<Components>(platform, model, backend, clock, scheduler, shell))
+CaptureStack::CaptureStack(PlatformServices platform, AppModel &model, Backend &backend,
+                           Clock &clock, Scheduler &scheduler)
+    : d(std::make_unique<Components>(platform, model, backend, clock, scheduler))
 {
-    d->hud.setHistoryRefresher([] { HistoryStore::shared().refresh({HistoryScope::chat}); });
-
-    // The engine posts its callbacks to a later turn; the controller may be gone by then
-    // only at exit, when the engine is stopped first.
-    CaptureSessionController &controller = d->controller;
-    d->hotkey.onHoldStart = [&controller](CaptureMode mode) { controller.handleHoldStart(mode); };
-    d->hotkey.onHoldStop = [&controller](CaptureMode mode) { controller.handleHoldStop(mode); };
-    d->hotkey.onHandsFreeStart = [&controller] { controller.handleHandsFreeStart(); };
-    d->hotkey.onHandsFreeStop = [&controller] { controller.handleHandsFreeStop(); };
+    CaptureSessionController *controller = &d->controller;
+    QObject::connect(&d->hotkey, &HotkeyManager::holdStarted, controller,
+                     &CaptureSessionController::handleHoldStart);
+    QObject::connect(&d->hotkey, &HotkeyManager::holdStopped, controller,
+                     &CaptureSessionController::handleHoldStop);
+    QObject::connect(&d->hotkey, &HotkeyManager::handsFreeStarted, controller,
+                     &CaptureSessionController::handleHandsFreeStart);
+    QObject::connect(&d->hotkey, &HotkeyManager::handsFreeStopped, controller,
+                     &CaptureSessionController::handleHandsFreeStop);
 }
 
 CaptureStack::~CaptureStack()
@@ -112,8 +99,9 @@ void CaptureStack::applyHotkeySetting(const Settings &settings)
 {
     for (CaptureMode mode : {CaptureMode::paste, CaptureMode::ask, CaptureMode::screen})
         d->hotkey.setShortcut(mode, settings.shortcut(mode));
-    d->model.setHotkeyName(settings.pushToTalkKey.displayName());
-    d->model.setAskKeyName(settings.askKey.displayName());
-    d->model.setScreenKeyName(settings.screenKey.displayName());
-    d->model.setHandsFreeKeyName(Shortcut::doubleTapName());
+    const QString fnKey = FnKey::shared().label();
+    d->model.setHotkeyName(settings.pushToTalkKey.displayName(fnKey));
+    d->model.setAskKeyName(settings.askKey.displayName(fnKey));
+    d->model.setScreenKeyName(settings.screenKey.displayName(fnKey));
+    d->model.setHandsFreeKeyName(Shortcut::doubleTapName(fnKey));
 }

@@ -5,22 +5,21 @@
 #include <memory>
 
 class AppModel;
+class Backend;
 class CaptureSessionController;
 class Clock;
 class HotkeyManager;
 class Scheduler;
-class SessionBackend;
-class StatusShell;
 struct Settings;
 
-// Everything a capture session runs on, from the global hotkey to the HUD: the recorder, the
-// desktop integration, the correction watcher and prompt, the adapters the session controller
-// talks through, and the controller itself. Main thread only.
+// Everything a capture session runs on, from the global hotkey to the HUD, built in the order
+// each part needs the others: the recorder, the HUD, paste and selection, screenshots, the
+// correction feature, and the session controller the hotkey engine drives.
 class CaptureStack
 {
 public:
-    CaptureStack(PlatformServices platform, AppModel &model, SessionBackend &backend, Clock &clock,
-                 Scheduler &scheduler, StatusShell &shell);
+    CaptureStack(PlatformServices platform, AppModel &model, Backend &backend, Clock &clock,
+                 Scheduler &scheduler);
     ~CaptureStack();
 
     HotkeyManager &hotkey();

@@ -5,7 +5,6 @@ class ClipboardWatcher;
 class WindowSystem;
 class FocusedTextReader;
 class InstalledApps;
-class KeyboardMap;
 class KeyEventSource;
 class KeySynthesizer;
 class LoginItem;
@@ -24,8 +23,6 @@ struct PlatformServices
     ClipboardWatcher &clipboard;
     InstalledApps &installedApps;
     AccessibilitySwitch &accessibilitySwitch;
-    // The shortcut recorder's view of the keyboard.
-    const KeyboardMap &keyboardMap;
     // Null: floating panels are drawn opaque and screenshots have no pointer.
     const WindowSystem *windowSystem = nullptr;
 };

@@ -1,10 +1,10 @@
 #include "app/RequestHandler.h"
 
-#include "app/AppModel.h"
 #include "app/CaptureSessionController.h"
 #include "app/LaunchRequest.h"
 #include "app/SignInCallback.h"
 #include "core/DescribedError.h"
+#include "state/AppModel.h"
 #include "stores/AuthStore.h"
 #include "ui/MainWindowState.h"
 
@@ -28,9 +28,8 @@ QString modeTitle(CaptureMode mode)
 } // namespace
 
 RequestHandler::RequestHandler(AppModel &model, CaptureSessionController &controller,
-                               std::function<void()> showMainWindow, QObject *parent)
-    : QObject(parent), m_model(model), m_controller(controller),
-      m_showMainWindow(std::move(showMainWindow))
+                               QObject *parent)
+    : QObject(parent), m_model(model), m_controller(controller)
 {}
 
 void RequestHandler::handleArguments(const QStringList &arguments)
@@ -38,7 +37,7 @@ void RequestHandler::handleArguments(const QStringList &arguments)
     const LaunchRequest request = LaunchRequest::parse(arguments);
     switch (request.kind()) {
     case LaunchRequest::Kind::show:
-        m_showMainWindow();
+        Q_EMIT mainWindowWanted();
         break;
     case LaunchRequest::Kind::url:
         handleURL(request.url());
@@ -110,7 +109,7 @@ QCoro::Task<void> RequestHandler::finishSignIn(QString token)
     if (!failure.isEmpty())
         reportSignInFailure(failure);
     else
-        m_showMainWindow();
+        Q_EMIT mainWindowWanted();
 }
 
 void RequestHandler::reportSignInFailure(const QString &reason)
@@ -119,5 +118,5 @@ void RequestHandler::reportSignInFailure(const QString &reason)
                                              : QStringLiteral("Sign-in failed: ") + reason;
     m_model.log(message);
     MainWindowState::shared().setSignInError(message);
-    m_showMainWindow();
+    Q_EMIT mainWindowWanted();
 }

@@ -7,8 +7,6 @@
 #include <QStringList>
 #include <QUrl>
 
-#include <functional>
-
 class AppModel;
 class CaptureSessionController;
 
@@ -20,11 +18,15 @@ class RequestHandler : public QObject
     Q_OBJECT
 public:
     RequestHandler(AppModel &model, CaptureSessionController &controller,
-                   std::function<void()> showMainWindow, QObject *parent = nullptr);
+                   QObject *parent = nullptr);
 
     // Program name first.
     void handleArguments(const QStringList &arguments);
     void handleURL(const QUrl &url);
+
+Q_SIGNALS:
+    // The request is for the window: a plain `ovrin`, or a sign-in that came back.
+    void mainWindowWanted();
 
 private:
     // For desktops whose shortcuts can only run a command: one run starts, the next ends.
@@ -34,5 +36,4 @@ private:
 
     AppModel &m_model;
     CaptureSessionController &m_controller;
-    std::function<void()> m_showMainWindow;
 };

@@ -27,7 +27,7 @@ TrayStatusItem::TrayStatusItem(QObject *parent) : QObject(parent), m_menu(new QM
     m_icon = new QSystemTrayIcon(this);
     m_icon->setContextMenu(m_menu);
     m_icon->setToolTip(QStringLiteral("Ovrin"));
-    setSymbol(QStringLiteral("mic"));
+    setIconName(QStringLiteral("microphone-idle"));
 }
 
 TrayStatusItem::~TrayStatusItem()
@@ -55,12 +55,12 @@ QString TrayStatusItem::statusText() const
     return m_statusMenuItem->text();
 }
 
-void TrayStatusItem::setSymbol(const QString &symbol)
+void TrayStatusItem::setIconName(const QString &iconName)
 {
-    if (symbol == m_symbol)
+    if (iconName == m_iconName)
         return;
-    m_symbol = symbol;
-    m_icon->setIcon(QIcon(QStringLiteral(":/ovrin/icons/%1.svg").arg(symbol)));
+    m_iconName = iconName;
+    m_icon->setIcon(QIcon(QStringLiteral(":/ovrin/icons/%1.svg").arg(iconName)));
 }
 
 void TrayStatusItem::setMeetingRecording(bool recording)

@@ -27,10 +27,10 @@ public:
 
     void show();
     void setStatusText(const QString &text);
-    // One of "mic", "mic.fill", "waveform", "record.circle.fill".
-    void setSymbol(const QString &symbol);
+    // One of "microphone-idle", "microphone", "waveform", "media-record".
+    void setIconName(const QString &iconName);
     QString statusText() const;
-    QString symbol() const { return m_symbol; }
+    QString iconName() const { return m_iconName; }
     QMenu *menu() const { return m_menu; }
     QAction *meetingItem() const { return m_meetingItem; }
     void setMeetingRecording(bool recording);
@@ -54,5 +54,5 @@ private:
     QAction *m_meetingItem = nullptr;
     QAction *m_statusSeparator = nullptr;
     QList<QAction *> m_transcriptItems;
-    QString m_symbol;
+    QString m_iconName;
 };

@@ -1,5 +1,4 @@
 #include "app/AppDelegate.h"
-#include "app/AppModel.h"
 #include "app/CommandLineTool.h"
 #include "app/InstanceChannel.h"
 #include "audio/AudioDevices.h"
@@ -8,7 +7,6 @@
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
 #include "hotkeys/ShortcutRecorder.h"
-#include "platform/FnKey.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
 #include "platform/linux/AtspiFocusedTextReader.h"
 #include "platform/linux/PortalColorScheme.h"
@@ -31,7 +29,6 @@
 #include <QApplication>
 #include <QCoro/QCoroTask>
 #include <QQuickWindow>
-#include <QSettings>
 #include <QTextStream>
 
 #include <cstdio>
@@ -49,22 +46,6 @@ int runCommand(int argc, char *argv[])
     CommandLineTool tool(Backend::shared(), AuthStore::shared(), out, err);
     tool.setPasswordReader(&TerminalPrompt::readSecret);
     return QCoro::waitFor(tool.run(QCoreApplication::arguments()));
-}
-
-const QString fnKeyDefault = QStringLiteral("fnKey");
-
-// The settings page picks the fn key; it applies at once, to the global hotkeys and to the
-// shortcut fields, and is kept with the user defaults for the next launch.
-void followFnKeyChoice(X11KeySource &keySource, X11KeyboardMap &keyboardMap, AppModel &model)
-{
-    FnKey &fnKey = FnKey::shared();
-    QObject::connect(&fnKey, &FnKey::keyChanged, &model,
-                     [&fnKey, &keySource, &keyboardMap, &model] {
-                         QSettings().setValue(fnKeyDefault, fnKey.key());
-                         keySource.setFnKey(fnKey.key());
-                         keyboardMap.setFnKey(fnKey.key());
-                         model.log(QStringLiteral("Fn key set to %1.").arg(fnKey.label()));
-                     });
 }
 
 } // namespace
@@ -112,14 +93,13 @@ int main(int argc, char *argv[])
     X11PermissionProbe permissions;
     XdgAutostartLoginItem loginItem;
     SyslogSystemLog systemLog;
-    FnKey::shared().setKey(QSettings().value(fnKeyDefault).toString());
     X11KeySource keySource;
     X11KeySynthesizer keySynthesizer;
     AtspiFocusedTextReader focusedText;
     XFixesClipboardWatcher clipboard;
     XdgInstalledApps installedApps;
     AtspiAccessibilitySwitch accessibilitySwitch;
-    X11KeyboardMap keyboardMap(FnKey::shared().key());
+    X11KeyboardMap keyboardMap;
     X11WindowSystem windowSystem;
     ShortcutRecorder::setDefaultKeyboardMap(&keyboardMap);
     PulseSoundServer soundServer;
@@ -132,15 +112,21 @@ int main(int argc, char *argv[])
 
     SystemClock clock;
     QtScheduler scheduler;
-    AppDelegate delegate(PlatformServices{permissions, loginItem, systemLog, keySource,
-                                          keySynthesizer, focusedText, clipboard, installedApps,
-                                          accessibilitySwitch, keyboardMap, &windowSystem},
+    AppDelegate delegate(PlatformServices{.permissions = permissions,
+                                          .loginItem = loginItem,
+                                          .systemLog = systemLog,
+                                          .keySource = keySource,
+                                          .keySynthesizer = keySynthesizer,
+                                          .focusedText = focusedText,
+                                          .clipboard = clipboard,
+                                          .installedApps = installedApps,
+                                          .accessibilitySwitch = accessibilitySwitch,
+                                          .windowSystem = &windowSystem},
                          clock, scheduler);
     QObject::connect(&delegate, &AppDelegate::quitRequested, &app, &QApplication::quit);
-    followFnKeyChoice(keySource, keyboardMap, delegate.model());
     QObject::connect(&channel, &InstanceChannel::argumentsReceived, &delegate,
                      &AppDelegate::handleArguments);
-    delegate.applicationDidFinishLaunching();
+    delegate.launch();
     // This launch's own request (a sign-in link, a toggle) once everything is up.
     if (arguments.size() > 1)
         delegate.handleArguments(arguments);

@@ -35,8 +35,8 @@ void AudioRecorder::start()
             const QList<float> mono = MonoMixdown::mixdown(frames, count, channels);
             m_samples.append(mono);
             // The short last block only completes the take; the meter is about to rest.
-            if (!m_stopping && onLevel)
-                onLevel(MonoMixdown::level(mono.constData(), mono.size()));
+            if (!m_stopping)
+                Q_EMIT levelChanged(MonoMixdown::level(mono.constData(), mono.size()));
         });
     if (!started)
         throw DescribedError(unavailableText());
@@ -52,8 +52,7 @@ std::optional<QByteArray> AudioRecorder::stop()
     m_capture.stop();
     m_stopping = false;
     m_isRecording = false;
-    if (onLevel)
-        onLevel(0.0f);
+    Q_EMIT levelChanged(0.0f);
 
     const QList<float> samples = std::exchange(m_samples, {});
     if (samples.isEmpty())

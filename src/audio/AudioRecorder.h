@@ -10,7 +10,8 @@
 #include <optional>
 
 // Records the microphone while a hotkey is held: mono float samples at the device's
-// own rate, one level per block of 4096 frames, and on stop one WAV in memory.
+// own rate, one level per block of 4096 frames, and on stop one WAV in memory. Starting and
+// stopping are virtual: the recorder is the seam unit tests fake.
 class AudioRecorder : public QObject
 {
     Q_OBJECT
@@ -22,18 +23,19 @@ public:
 
     // Throws DescribedError with unavailableText() when no input can be opened. Does
     // nothing while recording.
-    void start();
+    virtual void start();
     // The take as WAV, or nothing when not recording or nothing was captured.
-    std::optional<QByteArray> stop();
+    virtual std::optional<QByteArray> stop();
     bool isRecording() const { return m_isRecording; }
     double sampleRate() const { return m_sampleRate; }
-
-    // Main thread; 0 after stop so the meter falls to rest.
-    std::function<void(float level)> onLevel;
 
     // Linux grants every process the microphone; answered on the next event-loop turn.
     static void requestPermission(std::function<void(bool granted)> completion);
     static QString unavailableText();
+
+Q_SIGNALS:
+    // The input level of each block; 0 after stop so the meter falls to rest.
+    void levelChanged(float level);
 
 private:
     MicUIDProvider m_micUID;

@@ -29,8 +29,12 @@ MeetingRecorder &MeetingRecorder::shared()
         static QtScheduler scheduler;
         auto *recorder =
             new MeetingRecorder(MeetingStore::shared(), clock, scheduler, QDir::tempPath());
-        recorder->setIncludeComputerAudio(
-            [] { return SettingsStore::shared().current().includeComputerAudio; });
+        SettingsStore &settings = SettingsStore::shared();
+        const auto follow = [recorder, &settings] {
+            recorder->setIncludeComputerAudio(settings.current().includeComputerAudio);
+        };
+        QObject::connect(&settings, &SettingsStore::changed, recorder, follow);
+        follow();
         return recorder;
     });
 }
@@ -109,28 +113,39 @@ void MeetingRecorder::setSystemAudioSource(SystemAudioSource *source)
     if (source == m_systemAudio)
         return;
     stopComputerAudio();
+    if (m_systemAudio)
+        disconnect(m_systemAudio, nullptr, this, nullptr);
     m_systemAudio = source;
+    if (!source)
+        return;
+    // The one place where something crosses from another thread: the sound server's blocks
+    // and failure, queued to this one. What arrives after the meeting is over is dropped.
+    connect(
+        source, &SystemAudioSource::captured, this,
+        [this](const QList<float> &samples) {
+            if (m_computerAudioRunning && m_mixer) {
+                m_computerAudioHeard = true;
+                m_mixer->addComputerAudio(samples.constData(), samples.size());
+            }
+        },
+        Qt::QueuedConnection);
+    connect(
+        source, &SystemAudioSource::failed, this,
+        [this] {
+            if (m_computerAudioRunning)
+                computerAudioLost();
+        },
+        Qt::QueuedConnection);
 }
 
 void MeetingRecorder::startComputerAudio(int sampleRate)
 {
     m_computerAudioHeard = false;
     m_computerAudioLost = false;
-    if (m_includeComputerAudio && !m_includeComputerAudio())
+    if (!m_includeComputerAudio)
         return;
     m_mixer = std::make_unique<ComputerAudioMixer>(sampleRate, AudioCapture::blockFrames);
-    QPointer<MeetingRecorder> self(this);
-    const auto onBlock = [self](const float *samples, qsizetype count) {
-        if (self && self->m_mixer) {
-            self->m_computerAudioHeard = true;
-            self->m_mixer->addComputerAudio(samples, count);
-        }
-    };
-    const auto onFailure = [self] {
-        if (self)
-            self->computerAudioLost();
-    };
-    m_computerAudioRunning = m_systemAudio && m_systemAudio->start(sampleRate, onBlock, onFailure);
+    m_computerAudioRunning = m_systemAudio && m_systemAudio->start(sampleRate);
     if (!m_computerAudioRunning) {
         m_mixer.reset();
         computerAudioLost();
@@ -149,8 +164,8 @@ void MeetingRecorder::computerAudioLost()
     // Once per meeting: a source reports its failure at most once and is not restarted.
     if (!isRecording() || m_computerAudioLost)
         return;
+    stopComputerAudio();
     m_computerAudioLost = true;
-    m_computerAudioRunning = false;
     Q_EMIT logLine(
         m_computerAudioHeard
             ? QStringLiteral("Computer audio stopped; recording the microphone only.")

@@ -7,7 +7,6 @@
 #include <QObject>
 #include <QString>
 
-#include <functional>
 #include <memory>
 #include <optional>
 
@@ -33,7 +32,6 @@ public:
     enum class Phase { idle, uploading, transcribing, error };
     Q_ENUM(Phase)
     static constexpr double durationTick = 0.25;
-    using Preference = std::function<bool()>;
 
     static MeetingRecorder &shared();
     MeetingRecorder(MeetingStore &store, const Clock &clock, Scheduler &scheduler,
@@ -50,11 +48,8 @@ public:
     // What the computer plays; none records the microphone alone. Not owned; taken from
     // the next start (one in use now is stopped when it is replaced).
     void setSystemAudioSource(SystemAudioSource *source);
-    // Asked at every start; without one the computer's audio is included.
-    void setIncludeComputerAudio(Preference include)
-    {
-        m_includeComputerAudio = std::move(include);
-    }
+    // Taken at every start; on unless told otherwise.
+    void setIncludeComputerAudio(bool include) { m_includeComputerAudio = include; }
 
     // Throws DescribedError "Couldn't start the microphone: …". Nothing while recording.
     // When the computer's audio is wanted but can't be had, the microphone is recorded
@@ -89,7 +84,7 @@ private:
     AudioCapture m_capture;
     std::unique_ptr<MicFileWriter> m_writer;
     SystemAudioSource *m_systemAudio = nullptr;
-    Preference m_includeComputerAudio;
+    bool m_includeComputerAudio = true;
     std::unique_ptr<ComputerAudioMixer> m_mixer;
     bool m_computerAudioRunning = false;
     bool m_computerAudioHeard = false;

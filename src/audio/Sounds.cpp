@@ -45,6 +45,7 @@ Sounds::Cue &Sounds::cue(Sound sound)
 
 void Sounds::play(Sound sound)
 {
+    Q_EMIT played(sound);
     Cue &c = cue(sound);
     if (c.samples.isEmpty())
         return;

@@ -24,6 +24,10 @@ public:
 
     void play(Sound sound);
 
+Q_SIGNALS:
+    // Every play, whether or not there is an output to hear it.
+    void played(Sounds::Sound sound);
+
 private:
     struct Cue
     {

@@ -31,7 +31,9 @@ class TokenProvider;
 
 // The one HTTP client of the backend service. Every call is a coroutine that returns
 // its value on the main thread or throws BackendError (or DecodingError for a record
-// that does not decode). Nothing is cached and nothing is retried.
+// that does not decode). Nothing is cached and nothing is retried. The calls of a capture
+// session and the health check are virtual: they are the seam unit tests fake; everything
+// else is tested against a fake server.
 class Backend
 {
 public:
@@ -42,7 +44,7 @@ public:
     static Backend &shared();
     // A client of another address: for tests against a fake server only.
     explicit Backend(QUrl baseURL, const Clock *clock = nullptr);
-    ~Backend();
+    virtual ~Backend();
     Backend(const Backend &) = delete;
     Backend &operator=(const Backend &) = delete;
 
@@ -67,17 +69,18 @@ public:
     // The local date and time as sent in "now".
     QString deviceNow() const;
     // GET /health within 3 seconds, without credentials. Never throws.
-    QCoro::Task<bool> health();
+    virtual QCoro::Task<bool> health();
 
     // --- speech and ask ---
-    QCoro::Task<QString> transcribe(QByteArray wav, bool cleanup, CancellationToken cancel = {});
+    virtual QCoro::Task<QString> transcribe(QByteArray wav, bool cleanup,
+                                            CancellationToken cancel = {});
     static QByteArray transcribeBody(MultipartBody &body, const QByteArray &wav, bool cleanup);
-    QCoro::Task<QString> ask(QString question, QString context, QStringList apps,
-                             DeltaHandler onDelta, ActionHandler onAction,
-                             CancellationToken cancel = {});
-    QCoro::Task<QString> askImage(QString question, QByteArray image, DeltaHandler onDelta,
-                                  CancellationToken cancel = {});
-    QCoro::Task<void> addHistory(QString kind, QString text);
+    virtual QCoro::Task<QString> ask(QString question, QString context, QStringList apps,
+                                     DeltaHandler onDelta, ActionHandler onAction,
+                                     CancellationToken cancel = {});
+    virtual QCoro::Task<QString> askImage(QString question, QByteArray image, DeltaHandler onDelta,
+                                          CancellationToken cancel = {});
+    virtual QCoro::Task<void> addHistory(QString kind, QString text);
     // Sends the request and reads its answer stream (see AnswerStreamReader).
     QCoro::Task<QString> streamAnswer(BackendRequest request, DeltaHandler onDelta,
                                       ActionHandler onAction, CancellationToken cancel);
@@ -113,7 +116,7 @@ public:
     // --- meetings ---
     QCoro::Task<PresignedUpload> presignUpload();
     // PUT the file, streamed from disk, straight to the presigned address.
-    QCoro::Task<void> uploadToS3(QUrl url, QString filePath);
+    QCoro::Task<void> uploadRecording(QUrl url, QString filePath);
     QCoro::Task<Meeting> createMeeting(QString key, qint64 durationSec);
     QCoro::Task<QList<Meeting>> meetings();
     QCoro::Task<void> deleteMeeting(QString id);

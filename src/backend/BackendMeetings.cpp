@@ -37,7 +37,7 @@ QCoro::Task<PresignedUpload> Backend::presignUpload()
     co_return PresignedUpload{url, key.toString()};
 }
 
-QCoro::Task<void> Backend::uploadToS3(QUrl url, QString filePath)
+QCoro::Task<void> Backend::uploadRecording(QUrl url, QString filePath)
 {
     auto file = std::make_unique<QFile>(filePath);
     if (!file->open(QIODevice::ReadOnly))

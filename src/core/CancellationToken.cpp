@@ -1,11 +1,11 @@
 #include "core/CancellationToken.h"
 
-#include <atomic>
+#include <utility>
 #include <vector>
 
 struct CancellationToken::State
 {
-    std::atomic<bool> cancelled{false};
+    bool cancelled = false;
     std::vector<std::function<void()>> handlers;
 };
 
@@ -13,7 +13,7 @@ CancellationToken::CancellationToken() : d(std::make_shared<State>()) {}
 
 void CancellationToken::cancel()
 {
-    if (d->cancelled.exchange(true))
+    if (std::exchange(d->cancelled, true))
         return;
     auto handlers = std::move(d->handlers);
     d->handlers.clear();
@@ -23,7 +23,7 @@ void CancellationToken::cancel()
 
 bool CancellationToken::isCancelled() const
 {
-    return d->cancelled.load();
+    return d->cancelled;
 }
 
 void CancellationToken::onCancel(std::function<void()> handler)

@@ -6,7 +6,7 @@
 // Shared cancellation flag of one asynchronous task. Copies share the same state.
 // The owner cancels; the task checks isCancelled() after every suspension point and
 // registers onCancel handlers to abort work in flight (such as a network reply).
-// Main thread only, except isCancelled(), which may be read from any thread.
+// Like all state, it lives on the main thread.
 class CancellationToken
 {
 public:

@@ -61,8 +61,10 @@ bool containsLetter(QStringView text)
 
 } // namespace
 
-CorrectionWatcher::CorrectionWatcher(FocusedTextReader &reader, Clock &clock, Scheduler &scheduler)
-    : m_reader(reader), m_clock(clock), m_scheduler(scheduler), m_deadline(distantPast)
+CorrectionWatcher::CorrectionWatcher(FocusedTextReader &reader, Clock &clock, Scheduler &scheduler,
+                                     QObject *parent)
+    : QObject(parent), m_reader(reader), m_clock(clock), m_scheduler(scheduler),
+      m_deadline(distantPast)
 {}
 
 CorrectionWatcher::~CorrectionWatcher() = default;
@@ -167,8 +169,8 @@ void CorrectionWatcher::tick()
     stop();
     std::weak_ptr<int> alive = m_alive;
     m_scheduler.post([this, alive, correction = *correction] {
-        if (!alive.expired() && onCorrection)
-            onCorrection(correction.heard, correction.corrected);
+        if (!alive.expired())
+            Q_EMIT correctionFound(correction.heard, correction.corrected);
     });
 }
 

@@ -3,11 +3,11 @@
 #include "core/TimerHandle.h"
 
 #include <QList>
+#include <QObject>
 #include <QSet>
 #include <QString>
 #include <QStringList>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -21,8 +21,9 @@ class TextElement;
 // takes the field's words half a second after the paste, polls that same field, and once
 // an edit has settled reports one short run of dictated words replaced by another. Reads
 // only, never writes; password fields are never watched.
-class CorrectionWatcher
+class CorrectionWatcher : public QObject
 {
+    Q_OBJECT
 public:
     // A word as it stands in the text (`raw`) and as it is compared (`key`: edge
     // punctuation trimmed, lower case).
@@ -44,14 +45,9 @@ public:
     static constexpr double settleDelay = 1.2;
     static constexpr int maxSpanWords = 3;
 
-    CorrectionWatcher(FocusedTextReader &reader, Clock &clock, Scheduler &scheduler);
-    ~CorrectionWatcher();
-    CorrectionWatcher(const CorrectionWatcher &) = delete;
-    CorrectionWatcher &operator=(const CorrectionWatcher &) = delete;
-
-    // Called once per detected correction, on a later turn of the event loop, after the
-    // watch has ended.
-    std::function<void(const QString &heard, const QString &corrected)> onCorrection;
+    CorrectionWatcher(FocusedTextReader &reader, Clock &clock, Scheduler &scheduler,
+                      QObject *parent = nullptr);
+    ~CorrectionWatcher() override;
 
     // Watches for a correction of `insertedText` (the trimmed text just pasted); the watch
     // itself begins `baselineDelay` later.
@@ -66,6 +62,11 @@ public:
     static std::optional<Correction> detectCorrection(const QStringList &baselineKeys,
                                                       const QSet<QString> &insertedWords,
                                                       const QList<Tok> &settled);
+
+Q_SIGNALS:
+    // Once per detected correction, on a later turn of the event loop, after the watch
+    // has ended.
+    void correctionFound(const QString &heard, const QString &corrected);
 
 private:
     void captureBaseline(const QSet<QString> &insertedWords);

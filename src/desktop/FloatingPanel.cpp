@@ -1,6 +1,7 @@
 #include "desktop/FloatingPanel.h"
 
 #include "core/Scheduler.h"
+#include "desktop/Screens.h"
 #include "platform/WindowSystem.h"
 
 #include <QCursor>
@@ -161,8 +162,9 @@ void FloatingPanel::beginDrag()
 void FloatingPanel::dragMoved()
 {
     QPoint target = m_dragStartPosition + (QCursor::pos(screen()) - m_dragStartPointer);
-    if (m_dragConstraint)
-        target = m_dragConstraint(target);
+    if (const std::optional<QRect> visible =
+            m_dragScreens ? m_dragScreens->activeScreen() : std::nullopt)
+        target = clampedOrigin(target, size(), *visible, m_dragMargin);
     if (target == m_dragLastPosition)
         return;
     m_dragLastPosition = target;
@@ -170,7 +172,17 @@ void FloatingPanel::dragMoved()
     Q_EMIT dragged(target);
 }
 
-void FloatingPanel::setDragConstraint(std::function<QPoint(QPoint)> constrain)
+void FloatingPanel::setDragBounds(const Screens *screens, int margin)
 {
-    m_dragConstraint = std::move(constrain);
+    m_dragScreens = screens;
+    m_dragMargin = margin;
+}
+
+QPoint FloatingPanel::clampedOrigin(QPoint origin, QSize size, const QRect &visible, int margin)
+{
+    const int right = visible.x() + visible.width();
+    const int bottom = visible.y() + visible.height();
+    return QPoint(
+        std::max(std::min(origin.x(), right + margin - size.width()), visible.x() - margin),
+        std::max(std::min(origin.y(), bottom + margin - size.height()), visible.y() - margin));
 }

@@ -10,6 +10,7 @@
 
 class WindowSystem;
 class Scheduler;
+class Screens;
 
 // A borderless window that floats above the others and hosts one QML view: the base of our
 // floating panels. It never takes keyboard focus, so the application the user types in keeps
@@ -65,8 +66,13 @@ public:
     // event's local coordinates, which shift as the window moves under them.
     Q_INVOKABLE void beginDrag();
     Q_INVOKABLE void dragMoved();
-    // Where a drag may take the panel's top-left corner; unconstrained without one.
-    void setDragConstraint(std::function<QPoint(QPoint)> constrain);
+    // A drag keeps the panel on the usable area of the screen under the pointer, all but
+    // `margin` pixels on each side; unconstrained without screens.
+    void setDragBounds(const Screens *screens, int margin);
+    // Where a panel of `size` may stand on a screen's usable area `visible`: only `margin`
+    // pixels on each side may leave it. A panel larger than the screen keeps its top-left
+    // corner in, which keeps a card's header and close button in reach.
+    static QPoint clampedOrigin(QPoint origin, QSize size, const QRect &visible, int margin);
 
 Q_SIGNALS:
     void acceptsMouseChanged();
@@ -87,7 +93,8 @@ private:
     bool m_shown = false;
     QString m_errorString;
     TimerHandle m_fade;
-    std::function<QPoint(QPoint)> m_dragConstraint;
+    const Screens *m_dragScreens = nullptr;
+    int m_dragMargin = 0;
     QPoint m_dragStartPointer;
     QPoint m_dragStartPosition;
     QPoint m_dragLastPosition;

@@ -17,6 +17,8 @@ public:
 
     Paster(KeySynthesizer &keys, Scheduler &scheduler);
     void paste(const QString &text);
+    // Only onto the clipboard, where the user pastes it.
+    void copy(const QString &text);
 
 private:
     KeySynthesizer &m_keys;

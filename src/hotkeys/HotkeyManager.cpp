@@ -16,8 +16,9 @@ int slot(CaptureMode mode)
 
 } // namespace
 
-HotkeyManager::HotkeyManager(KeyEventSource &source, const Clock &clock, Scheduler &scheduler)
-    : m_source(source), m_clock(clock), m_scheduler(scheduler),
+HotkeyManager::HotkeyManager(KeyEventSource &source, const Clock &clock, Scheduler &scheduler,
+                             QObject *parent)
+    : QObject(parent), m_source(source), m_clock(clock), m_scheduler(scheduler),
       m_self(std::make_shared<HotkeyManager *>(this))
 {
     for (CaptureMode mode : allCaptureModes)
@@ -135,10 +136,7 @@ void HotkeyManager::engage(CaptureMode mode, Shortcut::Flags mask, std::optional
     m_engaged = mode;
     m_engagedMask = mask;
     m_engagedKeyCode = keyCode;
-    fire([mode](HotkeyManager &manager) {
-        if (manager.onHoldStart)
-            manager.onHoldStart(mode);
-    });
+    fire([mode](HotkeyManager &manager) { Q_EMIT manager.holdStarted(mode); });
 }
 
 void HotkeyManager::disengage()
@@ -147,10 +145,7 @@ void HotkeyManager::disengage()
     m_engaged.reset();
     m_engagedMask = 0;
     m_engagedKeyCode.reset();
-    fire([mode](HotkeyManager &manager) {
-        if (manager.onHoldStop)
-            manager.onHoldStop(mode);
-    });
+    fire([mode](HotkeyManager &manager) { Q_EMIT manager.holdStopped(mode); });
 }
 
 bool HotkeyManager::handleKeyDown(int keyCode, Shortcut::Flags flags)
@@ -234,20 +229,14 @@ void HotkeyManager::handleFnDown()
     if (m_handsFreeActive) {
         m_handsFreeActive = false;
         m_lastFnDownTime.reset();
-        fire([](HotkeyManager &manager) {
-            if (manager.onHandsFreeStop)
-                manager.onHandsFreeStop();
-        });
+        fire([](HotkeyManager &manager) { Q_EMIT manager.handsFreeStopped(); });
         return;
     }
     const double now = m_clock.now();
     if (m_lastFnDownTime && now - *m_lastFnDownTime < doubleTapWindow) {
         m_lastFnDownTime.reset();
         m_handsFreeActive = true;
-        fire([](HotkeyManager &manager) {
-            if (manager.onHandsFreeStart)
-                manager.onHandsFreeStart();
-        });
+        fire([](HotkeyManager &manager) { Q_EMIT manager.handsFreeStarted(); });
     } else {
         m_lastFnDownTime = now;
     }

@@ -5,6 +5,8 @@
 #include "hotkeys/Shortcut.h"
 #include "platform/KeyEventSource.h"
 
+#include <QObject>
+
 #include <algorithm>
 #include <functional>
 #include <memory>
@@ -17,20 +19,17 @@ class Scheduler;
 // Turns the session's key events into hold gestures of the three shortcuts and the
 // hands-free double tap of fn. Modifier-only shortcuts that are a prefix of a longer
 // one wait a short chord debounce and then look at the modifiers actually held.
-// Callbacks always run on a later event-loop turn, never inside an event.
-class HotkeyManager
+// Its signals are emitted on a later event-loop turn, never inside a key event.
+class HotkeyManager : public QObject
 {
+    Q_OBJECT
 public:
     static constexpr double doubleTapWindow = 0.4;
     static constexpr double chordDebounce = 0.15;
 
-    HotkeyManager(KeyEventSource &source, const Clock &clock, Scheduler &scheduler);
-    ~HotkeyManager();
-
-    std::function<void(CaptureMode)> onHoldStart;
-    std::function<void(CaptureMode)> onHoldStop;
-    std::function<void()> onHandsFreeStart;
-    std::function<void()> onHandsFreeStop;
+    HotkeyManager(KeyEventSource &source, const Clock &clock, Scheduler &scheduler,
+                  QObject *parent = nullptr);
+    ~HotkeyManager() override;
 
     // New shortcuts count from the next event.
     void setShortcut(CaptureMode mode, const Shortcut &shortcut);
@@ -46,6 +45,14 @@ public:
 
     std::optional<CaptureMode> engaged() const { return m_engaged; }
     bool handsFreeActive() const { return m_handsFreeActive; }
+
+Q_SIGNALS:
+    void holdStarted(CaptureMode mode);
+    // The mode of the shortcut that was held; whatever is released ends the hold.
+    void holdStopped(CaptureMode mode);
+    // A double tap of fn, then the next tap.
+    void handsFreeStarted();
+    void handsFreeStopped();
 
 private:
     struct ModifierCandidate

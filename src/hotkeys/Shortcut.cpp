@@ -1,7 +1,5 @@
 #include "hotkeys/Shortcut.h"
 
-#include "platform/FnKey.h"
-
 #include <QHash>
 #include <QStringList>
 
@@ -57,19 +55,9 @@ QString Shortcut::displayName(const QString &fnKeyName) const
     return parts.isEmpty() ? QStringLiteral("None") : parts.join(QLatin1Char('+'));
 }
 
-QString Shortcut::displayName() const
-{
-    return displayName(FnKey::shared().label());
-}
-
 QString Shortcut::doubleTapName(const QString &fnKeyName)
 {
     return fnKeyName + QStringLiteral(" ×2");
-}
-
-QString Shortcut::doubleTapName()
-{
-    return doubleTapName(FnKey::shared().label());
 }
 
 Shortcut Shortcut::legacy(const QString &name)

@@ -38,11 +38,8 @@ public:
     // Super, then the key, joined with "+" ("Ctrl+Alt+D", "Right Ctrl+Left Ctrl"); "None"
     // when empty. `fnKeyName` is what the key acting as fn is called ("Right Ctrl").
     QString displayName(const QString &fnKeyName) const;
-    // With the fn key the user chose.
-    QString displayName() const;
     // A double tap of the fn key, which starts hands-free dictation: "Right Ctrl ×2".
     static QString doubleTapName(const QString &fnKeyName);
-    static QString doubleTapName();
 
     // Converts a hotkey string of the older settings format; unknown strings give fn.
     static Shortcut legacy(const QString &name);

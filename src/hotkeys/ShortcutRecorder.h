@@ -8,8 +8,6 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
-#include <functional>
-
 class QKeyEvent;
 
 // The model of a settings field that records one hotkey. While recording it watches the
@@ -31,6 +29,8 @@ class ShortcutRecorder : public QObject
     Q_PROPERTY(QString label READ label NOTIFY labelChanged)
     Q_PROPERTY(bool recording READ isRecording NOTIFY recordingChanged)
     Q_PROPERTY(QString hint READ hint NOTIFY hintChanged)
+    // What the user calls the key that acts as fn ("Right Ctrl"): shortcuts with fn show it.
+    Q_PROPERTY(QString fnKeyName READ fnKeyName WRITE setFnKeyName NOTIFY fnKeyNameChanged)
 public:
     // Without a map of its own the recorder uses the default one, read when recording starts.
     explicit ShortcutRecorder(QObject *parent = nullptr);
@@ -40,9 +40,6 @@ public:
     // For recorders made by QML. The map must outlive them.
     static void setDefaultKeyboardMap(const KeyboardMap *map);
     void setKeyboardMap(const KeyboardMap *map);
-    // Told when some field starts recording (true) and when none records any more (false):
-    // the global hotkeys must rest meanwhile, or pressing one would also start a dictation.
-    static void setRecordingObserver(std::function<void(bool recording)> observer);
 
     const Shortcut &shortcut() const { return m_shortcut; }
     void setShortcut(const Shortcut &shortcut);
@@ -51,10 +48,12 @@ public:
     bool isEmpty() const;
     QString label() const;
     bool isRecording() const { return m_recording; }
-    static QString hint();
+    QString hint() const;
+    const QString &fnKeyName() const { return m_fnKeyName; }
+    void setFnKeyName(const QString &name);
 
     // Shift, control, option and command of the flags, plus fn when asked for and held.
-    static Shortcut::Flags cgFlags(Shortcut::Flags flags, bool includeFn);
+    static Shortcut::Flags shortcutFlags(Shortcut::Flags flags, bool includeFn);
     // The name of a special key, else the characters upper-cased, else "Key <code>".
     static QString keyLabel(int keyCode, const QString &characters);
 
@@ -67,6 +66,7 @@ Q_SIGNALS:
     void labelChanged();
     void hintChanged();
     void recordingChanged();
+    void fnKeyNameChanged();
     // The user recorded or cleared a shortcut; the one to save.
     void edited(const Shortcut &shortcut);
 
@@ -87,6 +87,7 @@ private:
     const KeyboardMap *m_map = nullptr;
     Shortcut m_shortcut;
     QString m_label;
+    QString m_fnKeyName = QStringLiteral("Right Ctrl"); // the default fn key of a PC keyboard
     bool m_recording = false;
     Shortcut::Flags m_peak = 0;             // every modifier held at once since recording started
     QHash<quint64, Shortcut::Flags> m_held; // modifier keys held, by native key

@@ -1,18 +1,21 @@
 #pragma once
 
+#include <QObject>
 #include <QRect>
 
 #include <functional>
 
 class HUDState;
+class QWindow;
 
 // The floating window that hosts the HUD views, as RecordingHUD drives it. Geometry is in
 // global, device-independent pixels with y pointing down; the frame includes the transparent
 // 44-pixel shadow margin on every side. The window never takes focus.
-class HUDPanel
+class HUDPanel : public QObject
 {
+    Q_OBJECT
 public:
-    virtual ~HUDPanel() = default;
+    using QObject::QObject;
 
     // Makes the window showing the views of `state`, hidden and ignoring the mouse. Called
     // once, before anything else; the state outlives the panel.
@@ -34,6 +37,10 @@ public:
     virtual void fadeIn() = 0;
     // Fades to opacity 0 over 0.18 s, then hides the window, restores opacity 1 and runs `done`.
     virtual void fadeOut(std::function<void()> done) = 0;
-    // Called whenever the window's position changes, by the user dragging it or otherwise.
-    virtual void setMoveHandler(std::function<void()> onMove) = 0;
+    // The window, once made.
+    virtual QWindow *window() const = 0;
+
+Q_SIGNALS:
+    // The window's position changed, by the user dragging it or otherwise.
+    void moved();
 };

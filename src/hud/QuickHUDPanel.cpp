@@ -2,8 +2,8 @@
 
 #include "core/Scheduler.h"
 #include "desktop/FloatingPanel.h"
+#include "desktop/Screens.h"
 #include "hud/HUDHistory.h"
-#include "hud/HUDScreens.h"
 #include "hud/HUDState.h"
 #include "hud/RecordingHUD.h"
 
@@ -35,9 +35,9 @@ int between(int from, int to, double t)
 
 } // namespace
 
-QuickHUDPanel::QuickHUDPanel(HUDHistory *history, const HUDScreens &screens, Scheduler &scheduler,
-                             const WindowSystem *probe)
-    : m_history(history), m_screens(screens), m_scheduler(scheduler), m_probe(probe)
+QuickHUDPanel::QuickHUDPanel(HUDHistory *history, const Screens &screens, Scheduler &scheduler,
+                             const WindowSystem *windows)
+    : m_history(history), m_screens(screens), m_scheduler(scheduler), m_windows(windows)
 {}
 
 QuickHUDPanel::~QuickHUDPanel()
@@ -50,14 +50,11 @@ void QuickHUDPanel::create(HUDState &state)
     m_state = &state;
     const int margin = RecordingHUD::shadowMargin;
     m_frame = QRect(QPoint(0, 0), RecordingHUD::pillSize.grownBy({margin, margin, margin, margin}));
-    m_window = std::make_unique<FloatingPanel>(m_scheduler, m_probe, m_frame.size());
+    m_window = std::make_unique<FloatingPanel>(m_scheduler, m_windows, m_frame.size());
     m_window->setTitle(QStringLiteral("Ovrin"));
     m_window->load(viewUrl, {{QStringLiteral("hudState"), QVariant::fromValue(m_state)},
                              {QStringLiteral("history"), QVariant::fromValue(m_history)}});
-    m_window->setDragConstraint([this](QPoint topLeft) {
-        const auto screen = m_screens.activeScreen();
-        return screen ? RecordingHUD::clampedOrigin(topLeft, m_frame.size(), *screen) : topLeft;
-    });
+    m_window->setDragBounds(&m_screens, RecordingHUD::shadowMargin);
     // The views bind to the state: they go with it.
     m_stateGone = QObject::connect(&state, &QObject::destroyed, [this] {
         m_animation.cancel();
@@ -73,8 +70,7 @@ void QuickHUDPanel::create(HUDState &state)
                 done();
         }
         m_frame.moveTopLeft(topLeft);
-        if (m_onMove)
-            m_onMove();
+        Q_EMIT moved();
     });
 }
 
@@ -148,9 +144,4 @@ void QuickHUDPanel::fadeOut(std::function<void()> done)
 {
     if (m_window)
         m_window->fadeOut(fadeSeconds, std::move(done));
-}
-
-void QuickHUDPanel::setMoveHandler(std::function<void()> onMove)
-{
-    m_onMove = std::move(onMove);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/TimerHandle.h"
+#include "desktop/FloatingPanel.h"
 #include "hud/HUDPanel.h"
 
 #include <QMetaObject>
@@ -8,9 +9,8 @@
 #include <memory>
 
 class WindowSystem;
-class FloatingPanel;
 class HUDHistory;
-class HUDScreens;
+class Screens;
 class HUDState;
 class Scheduler;
 
@@ -18,18 +18,19 @@ class Scheduler;
 // pill and the answer card. Moves, resizes and fades run on the Scheduler.
 class QuickHUDPanel : public HUDPanel
 {
+    Q_OBJECT
 public:
     static constexpr double frameSeconds = 0.28;
     static constexpr double fadeSeconds = 0.18;
 
-    // `history` may be null (an empty list of previous interactions); `probe` may be null
+    // `history` may be null (an empty list of previous interactions); `windows` may be null
     // (an opaque panel).
-    QuickHUDPanel(HUDHistory *history, const HUDScreens &screens, Scheduler &scheduler,
-                  const WindowSystem *probe);
+    QuickHUDPanel(HUDHistory *history, const Screens &screens, Scheduler &scheduler,
+                  const WindowSystem *windows);
     ~QuickHUDPanel() override;
 
     // Made by create(); null before.
-    FloatingPanel *window() const { return m_window.get(); }
+    FloatingPanel *window() const override { return m_window.get(); }
 
     void create(HUDState &state) override;
     bool isVisible() const override;
@@ -39,22 +40,20 @@ public:
     void raise() override;
     void fadeIn() override;
     void fadeOut(std::function<void()> done) override;
-    void setMoveHandler(std::function<void()> onMove) override;
 
 private:
     void apply(const QRect &frame);
 
     HUDState *m_state = nullptr;
     HUDHistory *m_history;
-    const HUDScreens &m_screens;
+    const Screens &m_screens;
     Scheduler &m_scheduler;
-    const WindowSystem *m_probe;
+    const WindowSystem *m_windows;
     std::unique_ptr<FloatingPanel> m_window;
     // The frame last set or dragged to; the window system may report it later.
     QRect m_frame;
     TimerHandle m_animation;
     QRect m_animationTarget;
     std::function<void()> m_animationDone;
-    std::function<void()> m_onMove;
     QMetaObject::Connection m_stateGone;
 };

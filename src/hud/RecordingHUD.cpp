@@ -3,8 +3,10 @@
 #include "core/Clock.h"
 #include "core/Scheduler.h"
 #include "core/Text.h"
+#include "desktop/FloatingPanel.h"
+#include "desktop/Screens.h"
 #include "hud/HUDPanel.h"
-#include "hud/HUDScreens.h"
+#include "stores/HistoryStore.h"
 
 #include <QFont>
 #include <QGuiApplication>
@@ -64,9 +66,10 @@ double readingTime(const QString &text)
 
 } // namespace
 
-RecordingHUD::RecordingHUD(HUDPanel &panel, const HUDScreens &screens, const Clock &clock,
-                           Scheduler &scheduler, QObject *parent)
-    : QObject(parent), m_panel(panel), m_screens(screens), m_clock(clock), m_scheduler(scheduler)
+RecordingHUD::RecordingHUD(HUDPanel &panel, const Screens &screens, const Clock &clock,
+                           Scheduler &scheduler, HistoryStore &history, QObject *parent)
+    : QObject(parent), m_panel(panel), m_screens(screens), m_clock(clock), m_scheduler(scheduler),
+      m_history(history)
 {
     connect(&m_state, &HUDState::toggleExpand, this, &RecordingHUD::toggleExpand);
     connect(&m_state, &HUDState::toggleHistory, this, &RecordingHUD::toggleHistory);
@@ -74,15 +77,8 @@ RecordingHUD::RecordingHUD(HUDPanel &panel, const HUDScreens &screens, const Clo
     connect(&m_state, &HUDState::hoverChanged, this, &RecordingHUD::hoverChanged);
 }
 
-void RecordingHUD::setHistoryRefresher(std::function<void()> refresh)
-{
-    m_refreshHistory = std::move(refresh);
-}
-
 void RecordingHUD::show(const HUDMode &mode)
 {
-    if (hopToOwnThread([this, mode] { show(mode); }))
-        return;
     if (mode.kind() == HUDMode::Kind::hidden) {
         hide();
         return;
@@ -100,22 +96,16 @@ void RecordingHUD::show(const HUDMode &mode)
 
 void RecordingHUD::setLevel(float level)
 {
-    if (hopToOwnThread([this, level] { setLevel(level); }))
-        return;
     m_state.setLevel(level);
 }
 
 void RecordingHUD::showError(const QString &message)
 {
-    if (hopToOwnThread([this, message] { showError(message); }))
-        return;
     present(message, true, QString(), QString());
 }
 
 void RecordingHUD::hide()
 {
-    if (hopToOwnThread([this] { hide(); }))
-        return;
     m_dismissWork.cancel();
     if (!m_panelCreated || !m_panel.isVisible())
         return;
@@ -127,8 +117,6 @@ void RecordingHUD::hide()
 
 void RecordingHUD::startStreaming(const QString &question)
 {
-    if (hopToOwnThread([this, question] { startStreaming(question); }))
-        return;
     // A countdown left by the previous card must not close this one mid-answer.
     m_dismissWork.cancel();
     ensurePanel();
@@ -150,8 +138,6 @@ void RecordingHUD::startStreaming(const QString &question)
 
 void RecordingHUD::appendStreaming(const QString &delta)
 {
-    if (hopToOwnThread([this, delta] { appendStreaming(delta); }))
-        return;
     m_currentText += delta;
     m_state.setMode(
         HUDMode::response(m_currentText.isEmpty() ? QStringLiteral("…") : m_currentText));
@@ -172,8 +158,6 @@ void RecordingHUD::appendStreaming(const QString &delta)
 
 void RecordingHUD::finishStreaming(const QString &followUp, const QString &finalText)
 {
-    if (hopToOwnThread([this, followUp, finalText] { finishStreaming(followUp, finalText); }))
-        return;
     m_streamingActive = false;
     m_state.setStreaming(false);
     if (!finalText.isEmpty())
@@ -191,8 +175,6 @@ void RecordingHUD::finishStreaming(const QString &followUp, const QString &final
 
 void RecordingHUD::toggleExpand()
 {
-    if (hopToOwnThread([this] { toggleExpand(); }))
-        return;
     if (!showsCard())
         return;
     m_dismissWork.cancel();
@@ -206,15 +188,12 @@ void RecordingHUD::toggleExpand()
 
 void RecordingHUD::toggleHistory()
 {
-    if (hopToOwnThread([this] { toggleHistory(); }))
-        return;
     if (m_state.mode().kind() != HUDMode::Kind::response)
         return;
     m_dismissWork.cancel();
     m_state.setShowingHistory(!m_state.showingHistory());
     if (m_state.showingHistory()) {
-        if (m_refreshHistory)
-            m_refreshHistory();
+        m_history.refresh({HistoryScope::chat});
         const auto screen = activeScreen();
         const int height = screen ? static_cast<int>(std::min(0.6 * screen->height(), 560.0)) : 480;
         place(QSize(cardWidth, height), true);
@@ -228,8 +207,6 @@ void RecordingHUD::toggleHistory()
 
 void RecordingHUD::hoverChanged(bool hovering)
 {
-    if (hopToOwnThread([this, hovering] { hoverChanged(hovering); }))
-        return;
     if (!showsCard())
         return;
     if (hovering)
@@ -263,10 +240,7 @@ void RecordingHUD::ensurePanel()
         return;
     m_panel.create(m_state);
     m_panel.setAcceptsMouse(false);
-    m_panel.setMoveHandler([self = QPointer<RecordingHUD>(this)] {
-        if (self)
-            self->panelMoved();
-    });
+    connect(&m_panel, &HUDPanel::moved, this, &RecordingHUD::panelMoved);
     m_panelCreated = true;
 }
 
@@ -290,8 +264,9 @@ void RecordingHUD::place(QSize size, bool animate)
         x = visible.x() + (visible.width() - width) / 2;
         y = std::max(visible.y(), visibleBottom - bottomMargin + shadowMargin - height);
     }
-    const QRect frame(clampedOrigin(QPoint(x, y), QSize(width, height), visible),
-                      QSize(width, height));
+    const QRect frame(
+        FloatingPanel::clampedOrigin(QPoint(x, y), QSize(width, height), visible, shadowMargin),
+        QSize(width, height));
     const bool visibleNow = m_panel.isVisible();
     if (visibleNow && m_panel.frame() == frame)
         return;
@@ -306,16 +281,6 @@ void RecordingHUD::place(QSize size, bool animate)
         m_panel.setFrame(frame, false, {});
         m_suppressMoveTracking = false;
     }
-}
-
-QPoint RecordingHUD::clampedOrigin(QPoint origin, QSize size, const QRect &visible)
-{
-    const int right = visible.x() + visible.width();
-    const int bottom = visible.y() + visible.height();
-    return QPoint(std::max(std::min(origin.x(), right + shadowMargin - size.width()),
-                           visible.x() - shadowMargin),
-                  std::max(std::min(origin.y(), bottom + shadowMargin - size.height()),
-                           visible.y() - shadowMargin));
 }
 
 QSize RecordingHUD::cardSize(const QString &text, bool expanded) const
@@ -352,6 +317,11 @@ void RecordingHUD::armDismiss(double seconds)
     if (m_streamingActive)
         return;
     m_dismissWork = m_scheduler.schedule(seconds, [this] { hide(); });
+}
+
+QWindow *RecordingHUD::window() const
+{
+    return m_panelCreated ? m_panel.window() : nullptr;
 }
 
 std::optional<QRect> RecordingHUD::activeScreen() const

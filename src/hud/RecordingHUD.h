@@ -7,23 +7,19 @@
 #include <QObject>
 #include <QPoint>
 #include <QSize>
-#include <QThread>
 
-#include <functional>
 #include <optional>
 
 class Clock;
+class HistoryStore;
 class HUDPanel;
-class HUDScreens;
+class QWindow;
 class Scheduler;
+class Screens;
 
 // Drives the floating HUD: the pill while the user speaks or waits, the answer or error card
 // afterwards. The card grows with its content, can be dragged and dismisses itself after a
 // time that depends on its length.
-//
-// Every public operation may be called from any thread. A call on the controller's own thread
-// runs at once, so its effect is visible on return; a call from elsewhere is queued to the
-// controller's thread and runs there in the order it was made.
 class RecordingHUD : public QObject
 {
     Q_OBJECT
@@ -36,16 +32,13 @@ public:
     static constexpr int collapsedCap = 260;
     static constexpr int shadowMargin = 44;
 
-    RecordingHUD(HUDPanel &panel, const HUDScreens &screens, const Clock &clock,
-                 Scheduler &scheduler, QObject *parent = nullptr);
+    // `history` is refreshed when the card opens its list of earlier answers.
+    RecordingHUD(HUDPanel &panel, const Screens &screens, const Clock &clock, Scheduler &scheduler,
+                 HistoryStore &history, QObject *parent = nullptr);
 
     HUDState *state() { return &m_state; }
-    // Where a panel of `size` may stand on a screen's usable area `visible`: only its
-    // transparent margin may leave it. A panel larger than the screen keeps its top-left
-    // corner in, which keeps a card's header and close button in reach.
-    static QPoint clampedOrigin(QPoint origin, QSize size, const QRect &visible);
-    // Asked to reload the chat history, without forcing, when the card opens its history.
-    void setHistoryRefresher(std::function<void()> refresh);
+    // The panel's window once it exists, for screenshots to leave out.
+    QWindow *window() const;
 
     // The pill for `recording` and `processing`; `hidden` hides.
     void show(const HUDMode &mode);
@@ -64,14 +57,6 @@ public:
     void hoverChanged(bool hovering);
 
 private:
-    template <typename Call> bool hopToOwnThread(Call &&call)
-    {
-        if (QThread::currentThread() == thread())
-            return false;
-        QMetaObject::invokeMethod(this, std::forward<Call>(call), Qt::QueuedConnection);
-        return true;
-    }
-
     void present(const QString &text, bool isError, const QString &question,
                  const QString &followUp);
     void ensurePanel();
@@ -85,10 +70,10 @@ private:
     bool showsCard() const;
 
     HUDPanel &m_panel;
-    const HUDScreens &m_screens;
+    const Screens &m_screens;
     const Clock &m_clock;
     Scheduler &m_scheduler;
-    std::function<void()> m_refreshHistory;
+    HistoryStore &m_history;
 
     HUDState m_state;
     bool m_panelCreated = false;

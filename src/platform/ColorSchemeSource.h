@@ -1,16 +1,17 @@
 #pragma once
 
-#include <functional>
+#include <QObject>
 
 // The desktop's light or dark preference.
-class ColorSchemeSource
+class ColorSchemeSource : public QObject
 {
+    Q_OBJECT
 public:
     enum class Scheme { noPreference, dark, light };
-    using Handler = std::function<void(Scheme)>;
 
-    virtual ~ColorSchemeSource() = default;
+    using QObject::QObject;
     virtual Scheme current() const = 0;
-    // `handler` hears every later change, on the main thread.
-    virtual void subscribe(Handler handler) = 0;
+
+Q_SIGNALS:
+    void schemeChanged(ColorSchemeSource::Scheme scheme);
 };

@@ -27,10 +27,12 @@ public:
 
     // Without a window system the picture has no pointer.
     explicit ScreenCapturer(const WindowSystem *windows = nullptr) : m_windows(windows) {}
+    virtual ~ScreenCapturer() = default;
 
     // `leaveOut`: our own windows that must not be in the picture; those on screen are
-    // hidden first, and the capture waits a moment for what they covered.
-    QCoro::Task<std::optional<QByteArray>>
+    // hidden first, and the capture waits a moment for what they covered. Virtual: the
+    // screen is the seam unit tests fake.
+    virtual QCoro::Task<std::optional<QByteArray>>
     captureActiveDisplay(double maxDimension, double quality,
                          const QList<QWindow *> &leaveOut = {});
 

@@ -61,7 +61,7 @@ QCoro::Task<Meeting> MeetingStore::uploadRecording(QString path, qint64 duration
         const PresignedUpload upload = co_await m_backend.presignUpload();
         if (presigned)
             presigned();
-        co_await m_backend.uploadToS3(upload.uploadURL, path);
+        co_await m_backend.uploadRecording(upload.uploadURL, path);
         Meeting meeting = co_await m_backend.createMeeting(upload.key, durationSec);
         // Filing the recording may fail; the meeting exists on the backend regardless.
         QDir().mkpath(recordings);

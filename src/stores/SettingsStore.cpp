@@ -1,7 +1,6 @@
 #include "stores/SettingsStore.h"
 
 #include "core/ProcessWide.h"
-#include "stores/ThemePreference.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -43,12 +42,10 @@ QByteArray SettingsStore::encodeFile(const Settings &settings)
 void SettingsStore::save(const Settings &settings)
 {
     m_current = settings;
-    if (m_theme)
-        m_theme->setPreference(settings.theme);
     QSaveFile file(m_filePath);
     if (file.open(QIODevice::WriteOnly)) {
         file.write(encodeFile(settings));
         file.commit();
     }
-    Q_EMIT didChange();
+    Q_EMIT changed();
 }

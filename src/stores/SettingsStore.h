@@ -4,8 +4,6 @@
 
 #include <QObject>
 
-class ThemePreference;
-
 // The settings in force, loaded once from settings.json and written back whole on
 // every save. Loading never writes; a broken file gives defaults.
 class SettingsStore : public QObject
@@ -19,20 +17,18 @@ public:
 
     const Settings &current() const { return m_current; }
     const QString &fileURL() const { return m_filePath; }
-    // Makes `settings` current, hands its theme on and replaces the file. A failed
-    // write is not reported: the new settings stay in force for this run.
+    // Makes `settings` current and replaces the file. A failed write is not reported: the
+    // new settings stay in force for this run.
     void save(const Settings &settings);
-    void setThemePreference(ThemePreference *theme) { m_theme = theme; }
 
     // Pretty-printed with keys sorted, as the file holds it.
     static QByteArray encodeFile(const Settings &settings);
 
 Q_SIGNALS:
-    // "SettingsStoreDidChange": after every save, whether or not the write succeeded.
-    void didChange();
+    // After every save, whether or not the write succeeded.
+    void changed();
 
 private:
     QString m_filePath;
     Settings m_current;
-    ThemePreference *m_theme = nullptr;
 };

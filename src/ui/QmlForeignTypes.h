@@ -3,7 +3,7 @@
 // The stores and audio objects as QML types, without them knowing about QML.
 #include "audio/MeetingAudioPlayer.h"
 #include "audio/MeetingRecorder.h"
-#include "platform/FnKey.h"
+#include "platform/linux/FnKey.h"
 #include "stores/AssistantStore.h"
 #include "stores/AuthStore.h"
 #include "stores/DictionaryStore.h"

@@ -8,7 +8,7 @@
 SettingsModel::SettingsModel(SettingsStore &store, QObject *parent)
     : QObject(parent), m_store(store)
 {
-    connect(&m_store, &SettingsStore::didChange, this, &SettingsModel::changed);
+    connect(&m_store, &SettingsStore::changed, this, &SettingsModel::changed);
 }
 
 SettingsModel *SettingsModel::create(QQmlEngine *, QJSEngine *)

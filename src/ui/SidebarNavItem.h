@@ -2,10 +2,10 @@
 
 #include <QString>
 
-// One entry of the sidebar: the page id (as in selectedTab), its title and its symbol.
+// One entry of the sidebar: the page id (as in selectedTab), its title and its iconName.
 struct SidebarNavItem
 {
     int id = 0;
     QString title;
-    QString symbol;
+    QString iconName;
 };

@@ -31,10 +31,10 @@ const PageInfo &page(int id)
     return id >= 0 && id < int(std::size(pages)) ? pages[id] : pages[0];
 }
 
-// Our drawing of each symbol, in qrc:/Ovrin/Ui/icons/.
-QString iconOf(const QString &symbol)
+// Our drawing of each iconName, in qrc:/Ovrin/Ui/icons/.
+QString iconOf(const QString &iconName)
 {
-    return QStringLiteral("icons/%1.svg").arg(symbol);
+    return QStringLiteral("icons/%1.svg").arg(iconName);
 }
 
 } // namespace
@@ -42,23 +42,21 @@ QString iconOf(const QString &symbol)
 const QList<SidebarNavSection> &SidebarNavigation::sections()
 {
     static const QList<SidebarNavSection> list{
-        {QString(), {{home, QStringLiteral("Home"), QStringLiteral("house.fill")}}},
+        {QString(), {{home, QStringLiteral("Home"), QStringLiteral("go-home")}}},
         {QStringLiteral("Voice"),
-         {{transcripts, QStringLiteral("Transcripts"), QStringLiteral("text.quote")},
-          {chat, QStringLiteral("Chat"), QStringLiteral("bubble.left.and.bubble.right.fill")},
-          {meetings, QStringLiteral("Meetings"), QStringLiteral("mic.badge.plus")},
-          {dictionary, QStringLiteral("Dictionary"),
-           QStringLiteral("character.book.closed.fill")}}},
+         {{transcripts, QStringLiteral("Transcripts"), QStringLiteral("transcripts")},
+          {chat, QStringLiteral("Chat"), QStringLiteral("chat")},
+          {meetings, QStringLiteral("Meetings"), QStringLiteral("meeting-record")},
+          {dictionary, QStringLiteral("Dictionary"), QStringLiteral("dictionary")}}},
         {QStringLiteral("Workspace"),
-         {{projects, QStringLiteral("Projects"), QStringLiteral("folder.fill")},
-          {connections, QStringLiteral("Connections"),
-           QStringLiteral("puzzlepiece.extension.fill")},
+         {{projects, QStringLiteral("Projects"), QStringLiteral("folder")},
+          {connections, QStringLiteral("Connections"), QStringLiteral("connections")},
           {tasks, QStringLiteral("Tasks"), QStringLiteral("checklist")},
-          {reminders, QStringLiteral("Reminders"), QStringLiteral("bell.fill")},
+          {reminders, QStringLiteral("Reminders"), QStringLiteral("reminders")},
           {memory, QStringLiteral("Memory"), QStringLiteral("brain")}}},
         {QStringLiteral("System"),
-         {{console, QStringLiteral("Console"), QStringLiteral("terminal.fill")},
-          {settings, QStringLiteral("Settings"), QStringLiteral("gearshape.fill")}}},
+         {{console, QStringLiteral("Console"), QStringLiteral("console")},
+          {settings, QStringLiteral("Settings"), QStringLiteral("settings")}}},
     };
     return list;
 }
@@ -71,8 +69,8 @@ QVariantList SidebarNavigation::sectionList() const
         for (const SidebarNavItem &item : section.items)
             items.append(QVariantMap{{QStringLiteral("id"), item.id},
                                      {QStringLiteral("title"), item.title},
-                                     {QStringLiteral("symbol"), item.symbol},
-                                     {QStringLiteral("icon"), iconOf(item.symbol)}});
+                                     {QStringLiteral("iconName"), item.iconName},
+                                     {QStringLiteral("icon"), iconOf(item.iconName)}});
         list.append(QVariantMap{{QStringLiteral("title"), section.title},
                                 {QStringLiteral("items"), items}});
     }

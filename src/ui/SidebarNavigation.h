@@ -12,7 +12,7 @@ class SidebarNavigation : public QObject
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
-    // [{title, items: [{id, title, symbol, icon}]}]
+    // [{title, items: [{id, title, iconName, icon}]}]
     Q_PROPERTY(QVariantList sections READ sectionList CONSTANT)
 public:
     enum Page {

@@ -1,9 +1,9 @@
 #include "ui/ThemeStore.h"
 
 #include "core/ProcessWide.h"
+#include "stores/SettingsStore.h"
 
 #include <QJSEngine>
-#include <QPointer>
 
 ThemeStore &ThemeStore::shared()
 {
@@ -23,12 +23,15 @@ void ThemeStore::setColorSchemeSource(ColorSchemeSource *source)
         setSystemScheme(ColorSchemeSource::Scheme::noPreference);
         return;
     }
-    QPointer<ThemeStore> self(this);
-    source->subscribe([self](ColorSchemeSource::Scheme scheme) {
-        if (self)
-            self->setSystemScheme(scheme);
-    });
+    connect(source, &ColorSchemeSource::schemeChanged, this, &ThemeStore::setSystemScheme);
     setSystemScheme(source->current());
+}
+
+void ThemeStore::follow(SettingsStore &settings)
+{
+    setPreference(settings.current().theme);
+    connect(&settings, &SettingsStore::changed, this,
+            [this, &settings] { setPreference(settings.current().theme); });
 }
 
 void ThemeStore::setPreference(AppTheme theme)

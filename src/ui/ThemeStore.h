@@ -1,17 +1,18 @@
 #pragma once
 
 #include "platform/ColorSchemeSource.h"
-#include "stores/ThemePreference.h"
+#include "stores/Settings.h"
 
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
 class QJSEngine;
 class QQmlEngine;
+class SettingsStore;
 
 // Which appearance the window uses: the saved preference, and for "system" the desktop's
 // colour scheme (light when the desktop states none).
-class ThemeStore : public QObject, public ThemePreference
+class ThemeStore : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
@@ -28,7 +29,9 @@ public:
     // The desktop's scheme; without one "system" means light. Not owned.
     void setColorSchemeSource(ColorSchemeSource *source);
 
-    void setPreference(AppTheme theme) override;
+    void setPreference(AppTheme theme);
+    // The preference of `settings`, now and after every save.
+    void follow(SettingsStore &settings);
     QString preference() const;
     AppTheme theme() const { return m_theme; }
     bool dark() const;

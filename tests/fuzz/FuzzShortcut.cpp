@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QJsonValue value =
         document.isArray() ? QJsonValue(document.array()) : QJsonValue(document.object());
     if (const auto shortcut = Shortcut::decode(value)) {
-        shortcut->displayName();
+        shortcut->displayName(QStringLiteral("Right Ctrl"));
         if (Shortcut::decode(shortcut->encode()) != shortcut)
             std::abort();
     }
@@ -26,6 +26,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if ((legacy.modifiers & ~Shortcut::relevantMask) != 0 || !legacy.isModifierOnly() ||
         legacy.modifiers == 0)
         std::abort();
-    legacy.displayName();
+    legacy.displayName(QStringLiteral("Right Ctrl"));
     return 0;
 }

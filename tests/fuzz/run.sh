@@ -9,6 +9,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 runs=${1:-2000}
 build=${2:-build-fuzz}
 [[ $build = /* ]] || build=$root/$build
+# As scripts/build.sh: ccache keys relative to the checkout.
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root} CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-1}
 targets=(fuzz_settings fuzz_shortcut fuzz_answer_stream fuzz_backend_records fuzz_correction
          fuzz_server_requests fuzz_wav_audio)
 

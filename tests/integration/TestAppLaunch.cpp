@@ -2,7 +2,6 @@
 // a manual clock: the launch log in order, the tray menu, the permission poll arming the
 // real key source, recent transcripts, the meeting item, sign-in callbacks and the help.
 #include "app/AppDelegate.h"
-#include "app/AppModel.h"
 #include "app/CaptureStack.h"
 #include "app/TrayStatusItem.h"
 #include "audio/MeetingRecorder.h"
@@ -18,6 +17,7 @@
 #include "platform/linux/X11WindowSystem.h"
 #include "platform/linux/XFixesClipboardWatcher.h"
 #include "platform/linux/XdgInstalledApps.h"
+#include "state/AppModel.h"
 #include "stores/HistoryStore.h"
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
@@ -101,11 +101,18 @@ private Q_SLOTS:
         m_keyboardMap = std::make_unique<X11KeyboardMap>(FnKey::shared().key());
         m_permissions.accessibility = false;
         m_delegate = std::make_unique<AppDelegate>(
-            PlatformServices{m_permissions, m_loginItem, m_systemLog, *m_keySource,
-                             *m_keySynthesizer, m_focusedText, *m_clipboard, m_installedApps,
-                             m_accessibilitySwitch, *m_keyboardMap, &m_windowSystem},
+            PlatformServices{.permissions = m_permissions,
+                             .loginItem = m_loginItem,
+                             .systemLog = m_systemLog,
+                             .keySource = *m_keySource,
+                             .keySynthesizer = *m_keySynthesizer,
+                             .focusedText = m_focusedText,
+                             .clipboard = *m_clipboard,
+                             .installedApps = m_installedApps,
+                             .accessibilitySwitch = m_accessibilitySwitch,
+                             .windowSystem = &m_windowSystem},
             m_clock, m_scheduler);
-        m_delegate->applicationDidFinishLaunching();
+        m_delegate->launch();
     }
 
     void cleanupTestCase() { m_delegate.reset(); }
@@ -141,7 +148,7 @@ private Q_SLOTS:
         QCOMPARE(menuTexts(menu), (QStringList{"Ready", "—", "Record Meeting", "—", "Open Ovrin",
                                                "Settings…", "—", "Quit Ovrin"}));
         QVERIFY(!menu.actions().first()->isEnabled());
-        QCOMPARE(m_delegate->statusItem().symbol(), QStringLiteral("mic"));
+        QCOMPARE(m_delegate->statusItem().iconName(), QStringLiteral("microphone-idle"));
     }
 
     // The poll arms the real key source within one 2 s tick of trust, and disarms it when
@@ -228,7 +235,7 @@ private Q_SLOTS:
         item.meetingItem()->trigger();
         QVERIFY2(MeetingRecorder::shared().isRecording(), qPrintable(model().logLines().last()));
         QCOMPARE(item.meetingItem()->text(), QStringLiteral("Stop Recording Meeting"));
-        QCOMPARE(item.symbol(), QStringLiteral("record.circle.fill"));
+        QCOMPARE(item.iconName(), QStringLiteral("media-record"));
         QCOMPARE(item.statusText(), QStringLiteral("Recording meeting…"));
         QCOMPARE(messages(model()).last(),
                  QStringLiteral("Meeting recording started from the system tray."));
@@ -238,7 +245,7 @@ private Q_SLOTS:
         item.meetingItem()->trigger();
         QVERIFY(!MeetingRecorder::shared().isRecording());
         QCOMPARE(item.meetingItem()->text(), QStringLiteral("Record Meeting"));
-        QCOMPARE(item.symbol(), QStringLiteral("mic"));
+        QCOMPARE(item.iconName(), QStringLiteral("microphone-idle"));
         QCOMPARE(item.statusText(), QStringLiteral("Meeting saved — transcribing…"));
 
         Q_EMIT MainWindowState::shared().meetingToggleRequested();

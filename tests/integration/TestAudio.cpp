@@ -39,6 +39,7 @@ struct MeetingRig
     std::unique_ptr<MeetingStore> store;
     ManualClock clock;
     ManualScheduler scheduler{clock};
+    PulseSystemAudioSource computer;
     std::unique_ptr<MeetingRecorder> recorder;
 
     MeetingRig()
@@ -50,6 +51,12 @@ struct MeetingRig
         recorder = std::make_unique<MeetingRecorder>(*store, clock, scheduler, temp.path());
     }
     QStringList temporaryFiles() const { return QDir(temp.path()).entryList(QDir::Files); }
+    // The recorder with what the test session's speaker plays.
+    MeetingRecorder &withComputerAudio()
+    {
+        recorder->setSystemAudioSource(&computer);
+        return *recorder;
+    }
 };
 
 // A computer-audio source that does what the test says.
@@ -57,21 +64,13 @@ struct ScriptedComputerAudio : SystemAudioSource
 {
     bool available = true;
     int starts = 0;
-    BlockHandler onBlock;
-    FailureHandler onFailure;
 
-    bool start(int, BlockHandler block, FailureHandler failure) override
+    bool start(int) override
     {
         ++starts;
-        onBlock = std::move(block);
-        onFailure = std::move(failure);
         return available;
     }
-    void stop() override
-    {
-        onBlock = {};
-        onFailure = {};
-    }
+    void stop() override {}
 };
 
 constexpr double toneHz = 1000.0;
@@ -178,7 +177,8 @@ class TestAudio : public QObject
     std::optional<QByteArray> record(AudioRecorder &recorder, int ms, QList<float> &levels,
                                      bool play)
     {
-        recorder.onLevel = [&levels](float level) { levels << level; };
+        QObject::connect(&recorder, &AudioRecorder::levelChanged,
+                         [&levels](float level) { levels << level; });
         try {
             recorder.start();
         } catch (const DescribedError &e) {
@@ -222,22 +222,18 @@ private Q_SLOTS:
     void meetingHearsTheMicrophoneAndTheComputer()
     {
         MeetingRig rig;
-        PulseSystemAudioSource computer;
-        MeetingRecorder &recorder = *rig.recorder;
-        recorder.setSystemAudioSource(&computer);
-        bool include = true;
-        recorder.setIncludeComputerAudio([&include] { return include; });
+        MeetingRecorder &recorder = rig.withComputerAudio();
         QSignalSpy log(&recorder, &MeetingRecorder::logLine);
 
         auto path = recordMeeting(recorder, 3000);
         QVERIFY(path);
-        QVERIFY(!computer.isRunning());
+        QVERIFY(!rig.computer.isRunning());
         const Content both = analyse(*path);
         QVERIFY2(both.windows >= 25 && both.toneWindows >= 15 && both.otherWindows >= 10,
                  both.describe());
         QCOMPARE(log.count(), 0);
 
-        include = false;
+        recorder.setIncludeComputerAudio(false);
         path = recordMeeting(recorder, 3000);
         QVERIFY(path);
         const Content microphone = analyse(*path);
@@ -273,10 +269,9 @@ private Q_SLOTS:
 
         scripted.available = true;
         recorder.start();
-        const QList<float> heard(480, 0.1f);
-        scripted.onBlock(heard.constData(), heard.size());
-        scripted.onFailure();
-        scripted.onFailure();
+        Q_EMIT scripted.captured(QList<float>(480, 0.1f));
+        Q_EMIT scripted.failed();
+        Q_EMIT scripted.failed();
         QTest::qWait(300);
         QVERIFY(recorder.isRecording());
         QVERIFY(recorder.stop());
@@ -308,9 +303,7 @@ private Q_SLOTS:
     void lostComputerAudioKeepsTheMicrophone()
     {
         MeetingRig rig;
-        PulseSystemAudioSource computer;
-        MeetingRecorder &recorder = *rig.recorder;
-        recorder.setSystemAudioSource(&computer);
+        MeetingRecorder &recorder = rig.withComputerAudio();
         QSignalSpy log(&recorder, &MeetingRecorder::logLine);
 
         recorder.start();

@@ -235,7 +235,8 @@ private Q_SLOTS:
         publish(2u);
         PortalColorScheme source;
         QStringList heard;
-        source.subscribe([&heard](Scheme scheme) { heard << nameOf(scheme); });
+        QObject::connect(&source, &ColorSchemeSource::schemeChanged,
+                         [&heard](Scheme scheme) { heard << nameOf(scheme); });
         ThemeStore &theme = ThemeStore::shared();
         theme.setColorSchemeSource(&source);
         QVERIFY(theme.systemKnown());
@@ -282,7 +283,8 @@ private Q_SLOTS:
         PortalColorScheme source(QDBusConnection::sessionBus(), 50);
         QCOMPARE(source.current(), Scheme::noPreference);
         QStringList heard;
-        source.subscribe([&heard](Scheme scheme) { heard << nameOf(scheme); });
+        QObject::connect(&source, &ColorSchemeSource::schemeChanged,
+                         [&heard](Scheme scheme) { heard << nameOf(scheme); });
         QTRY_COMPARE(heard, QStringList{"dark"});
         QVERIFY2(log.lines().size() == 1, qPrintable(log.lines().join('\n')));
 

@@ -95,9 +95,10 @@ private Q_SLOTS:
 
         CorrectionWatcher watcher(m_reader, m_clock, m_scheduler);
         QStringList reports;
-        watcher.onCorrection = [&](const QString &heard, const QString &corrected) {
-            reports << heard + u'|' + corrected;
-        };
+        QObject::connect(&watcher, &CorrectionWatcher::correctionFound,
+                         [&](const QString &heard, const QString &corrected) {
+                             reports << heard + u'|' + corrected;
+                         });
         watcher.start(text);
         QTRY_VERIFY(watcher.isWatching());
         type({"BackSpace", "BackSpace", "BackSpace", "J", "o", "h", "n", "comma"});

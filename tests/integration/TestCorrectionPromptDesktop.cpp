@@ -1,8 +1,9 @@
 // The correction banner on a real X server: shown while a text field of another process has
 // the focus, it must leave the focus there, for typing and for a click on its own buttons.
 #include "core/QtScheduler.h"
-#include "desktop/CorrectionPrompt.h"
+#include "correction/CorrectionPrompt.h"
 #include "desktop/FloatingPanel.h"
+#include "desktop/QtScreens.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
 #include "platform/linux/X11WindowSystem.h"
 #include "support/FocusedField.h"
@@ -57,12 +58,12 @@ private Q_SLOTS:
         QtScheduler scheduler;
         X11WindowSystem probe;
         QStringList added;
-        CorrectionPrompt prompt(
-            scheduler,
-            [&](QString term, std::optional<QString> heardAs) {
-                added << term + u'|' + heardAs.value_or("-");
-            },
-            &probe);
+        QtScreens screens;
+        CorrectionPrompt prompt(scheduler, screens, &probe);
+        QObject::connect(&prompt, &CorrectionPrompt::addRequested,
+                         [&](const QString &term, const std::optional<QString> &heardAs) {
+                             added << term + u'|' + heardAs.value_or("-");
+                         });
         prompt.show("cant", "can not");
         FloatingPanel *panel = prompt.panel();
         QVERIFY(panel);

@@ -4,15 +4,15 @@
 #include "backend/Backend.h"
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
-#include "desktop/CorrectionPrompt.h"
+#include "correction/CorrectionPrompt.h"
 #include "desktop/FloatingPanel.h"
+#include "desktop/QtScreens.h"
 #include "hotkeys/Shortcut.h"
 #include "hud/HUDHistory.h"
-#include "hud/QtHUDScreens.h"
 #include "hud/QuickHUDPanel.h"
 #include "hud/RecordingHUD.h"
-#include "platform/FnKey.h"
 #include "platform/linux/AtspiAccessibilitySwitch.h"
+#include "platform/linux/FnKey.h"
 #include "platform/linux/X11WindowSystem.h"
 #include "stores/HistoryStore.h"
 #include "support/FocusedField.h"
@@ -52,7 +52,7 @@ class TestHUDDesktop : public QObject
     SystemClock m_clock;
     QtScheduler m_scheduler;
     X11WindowSystem m_probe;
-    QtHUDScreens m_screens;
+    QtScreens m_screens;
     Backend m_backend{QUrl(QStringLiteral("http://127.0.0.1:9"))};
     HistoryStore m_history{m_backend, m_clock};
     std::unique_ptr<HUDHistory> m_interactions;
@@ -114,7 +114,8 @@ private Q_SLOTS:
         m_interactions = std::make_unique<HUDHistory>(m_history);
         m_panel =
             std::make_unique<QuickHUDPanel>(m_interactions.get(), m_screens, m_scheduler, &m_probe);
-        m_hud = std::make_unique<RecordingHUD>(*m_panel, m_screens, m_clock, m_scheduler);
+        m_hud =
+            std::make_unique<RecordingHUD>(*m_panel, m_screens, m_clock, m_scheduler, m_history);
     }
 
     void init()
@@ -182,9 +183,9 @@ private Q_SLOTS:
             QTest::qWait(25);
         }
         // The default ask shortcut with the default fn key, as the application names it.
-        FnKey::shared().setKey(QStringLiteral("Control_R"));
-        m_hud->finishStreaming(Shortcut::legacy(QStringLiteral("fn+control")).displayName(),
-                               QString());
+        m_hud->finishStreaming(
+            Shortcut::legacy(QStringLiteral("fn+control")).displayName(FnKey::shared().label()),
+            QString());
         QVERIFY(settled());
         QVERIFY(m_panel->frame().height() > startHeight);
         QCOMPARE(item("followUpHint")->property("text").toString(),
@@ -294,7 +295,7 @@ private Q_SLOTS:
         const Window fieldFocus = m_field.inputFocus();
 
         m_hud->show(HUDMode::recording(CaptureMode::paste));
-        CorrectionPrompt prompt(m_scheduler, {}, &m_probe);
+        CorrectionPrompt prompt(m_scheduler, m_screens, &m_probe);
         prompt.show(QStringLiteral("cant"), QStringLiteral("can not"));
         QVERIFY(settled());
         QTRY_VERIFY(prompt.panel()->isExposed());

@@ -1,7 +1,7 @@
 // The Home, Settings, Console and Connections pages of the main window on the test desktop:
 // what they show from the fake backend and the application model, and what their
 // controls change.
-#include "platform/FnKey.h"
+#include "platform/linux/FnKey.h"
 #include "ui/MainWindowState.h"
 #include "ui/ThemeStore.h"
 #include "window/MainWindowFixture.h"
@@ -13,6 +13,7 @@
 #include <QJsonDocument>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QTest>
 
 namespace {
@@ -102,19 +103,17 @@ private Q_SLOTS:
         VERIFY_TEXT(page, MainWindowState::shared().backendCommand());
         QVERIFY(!visibleItem(page, "setup-accessibility"));
 
-        int microphoneRequests = 0, refreshes = 0;
-        m_rig.model->onRequestMicrophone = [&] { ++microphoneRequests; };
-        m_rig.model->onRefresh = [&] { ++refreshes; };
+        QSignalSpy microphoneRequests(m_rig.model.get(), &AppModel::microphoneAccessRequested);
         press(MainWindowFixture::findText(visibleItem(page, "setup-microphone"), "Enable"));
-        QTRY_COMPARE(microphoneRequests, 1);
+        QTRY_COMPARE(microphoneRequests.count(), 1);
+        // "Retry" reads every permission and asks the backend again.
+        const int checks = m_rig.health.healthChecks;
         press(MainWindowFixture::findText(visibleItem(page, "setup-backend"), "Retry"));
-        QTRY_COMPARE(refreshes, 1);
+        QTRY_COMPARE(m_rig.health.healthChecks, checks + 1);
         press(MainWindowFixture::findText(visibleItem(page, "setup-screen"), "Enable"));
         QTRY_COMPARE(MainWindowState::shared().helpTopic(),
                      QStringLiteral("Privacy_ScreenCapture"));
         MainWindowState::shared().setHelpTopic({});
-        m_rig.model->onRequestMicrophone = nullptr;
-        m_rig.model->onRefresh = nullptr;
 
         // Accessibility alone is missing: its row and nothing else.
         setSetup(true, false, true, true);

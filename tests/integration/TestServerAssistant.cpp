@@ -221,7 +221,7 @@ private Q_SLOTS:
             run(server.backend->createDictionaryTerm("Release", QStringLiteral("release"))).value);
         const auto upload = run(server.backend->presignUpload());
         QVERIFY(upload.value);
-        QVERIFY(!run(server.backend->uploadToS3(upload.value->uploadURL, meeting)).error);
+        QVERIFY(!run(server.backend->uploadRecording(upload.value->uploadURL, meeting)).error);
         const auto made = run(server.backend->createMeeting(upload.value->key, 6));
         QVERIFY2(made.value, qPrintable(made.errorDescription()));
         qInfo("transcript: %s\nnotes: %s", qPrintable(made.value->transcript),

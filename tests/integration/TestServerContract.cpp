@@ -177,13 +177,14 @@ private Q_SLOTS:
         QUrl tampered = upload.value->uploadURL;
         tampered.setQuery(tampered.query().replace("sig=", "sig=0"));
         QCOMPARE(
-            run(m_backend->uploadToS3(tampered, recording.fileName())).errorDescription(),
+            run(m_backend->uploadRecording(tampered, recording.fileName())).errorDescription(),
             QStringLiteral("Backend error 403: {\"error\":\"The upload address is not valid.\"}"));
         QUrl pathy = upload.value->uploadURL;
         pathy.setPath("/uploads/..%2Fovrin.db");
-        QVERIFY(run(m_backend->uploadToS3(pathy, recording.fileName())).error);
+        QVERIFY(run(m_backend->uploadRecording(pathy, recording.fileName())).error);
 
-        QVERIFY(!run(m_backend->uploadToS3(upload.value->uploadURL, recording.fileName())).error);
+        QVERIFY(
+            !run(m_backend->uploadRecording(upload.value->uploadURL, recording.fileName())).error);
         const auto meeting = run(m_backend->createMeeting(upload.value->key, 61));
         QVERIFY2(meeting.value, qPrintable(meeting.errorDescription()));
         QCOMPARE(meeting.value->durationSec, 61);
@@ -205,7 +206,8 @@ private Q_SLOTS:
         QTemporaryFile recording;
         writeSilentWav(recording, 1);
         const auto upload = run(m_backend->presignUpload());
-        QVERIFY(!run(m_backend->uploadToS3(upload.value->uploadURL, recording.fileName())).error);
+        QVERIFY(
+            !run(m_backend->uploadRecording(upload.value->uploadURL, recording.fileName())).error);
         const QString meeting = run(m_backend->createMeeting(upload.value->key, 1)).value->id;
         const QString term = run(m_backend->dictionary()).value->first().id;
         const auto adaSees = [this] {

@@ -35,12 +35,14 @@ private Q_SLOTS:
     void initTestCase()
     {
         m_manager = std::make_unique<HotkeyManager>(m_source, m_clock, m_scheduler);
-        m_manager->onHoldStart = [this](CaptureMode m) {
-            m_events << "start " + captureModeName(m);
-        };
-        m_manager->onHoldStop = [this](CaptureMode m) { m_events << "stop " + captureModeName(m); };
-        m_manager->onHandsFreeStart = [this] { m_events << "start hands-free"; };
-        m_manager->onHandsFreeStop = [this] { m_events << "stop hands-free"; };
+        connect(m_manager.get(), &HotkeyManager::holdStarted, this,
+                [this](CaptureMode m) { m_events << "start " + captureModeName(m); });
+        connect(m_manager.get(), &HotkeyManager::holdStopped, this,
+                [this](CaptureMode m) { m_events << "stop " + captureModeName(m); });
+        connect(m_manager.get(), &HotkeyManager::handsFreeStarted, this,
+                [this] { m_events << "start hands-free"; });
+        connect(m_manager.get(), &HotkeyManager::handsFreeStopped, this,
+                [this] { m_events << "stop hands-free"; });
         OVRIN_REQUIRE_SERVICE(m_keyboard.isOpen() && m_manager->start(),
                               "an X server with XInput 2.2 and XTEST");
     }

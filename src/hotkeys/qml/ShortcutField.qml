@@ -10,6 +10,8 @@ Rectangle {
     // As ShortcutRecorder.shortcut: {"modifiers": n, "keyCode": n?, "keyLabel": s?}.
     property alias shortcut: recorder.shortcut
     property alias recorder: recorder
+    // The name of the key that acts as fn, for the shortcuts that use it.
+    property alias fnKeyName: recorder.fnKeyName
     // The user recorded or cleared the shortcut; the one to save.
     signal edited(var shortcut)
 
@@ -86,7 +88,7 @@ Rectangle {
 
         Image {
             anchors.fill: parent
-            source: "icons/xmark.circle.fill.svg"
+            source: "icons/edit-clear.svg"
             sourceSize: Qt.size(32, 32)
             opacity: !clearButton.enabled ? 0.3 : clearArea.containsMouse ? 1 : 0.8
         }

@@ -14,9 +14,9 @@ Rectangle {
             "screen": processing ? "Reading screen…" : "Read screen"
         })
     readonly property var icons: ({
-            "paste": processing ? "waveform" : "mic.fill",
-            "ask": "sparkles",
-            "screen": processing ? "rectangle.dashed.badge.record" : "camera.viewfinder"
+            "paste": processing ? "waveform" : "microphone",
+            "ask": "ask-ai",
+            "screen": processing ? "screen-read-processing" : "screen-read"
         })
     // Dictation is a single colour; the question modes have gradients of their own.
     readonly property var accents: ({
@@ -58,7 +58,7 @@ Rectangle {
             }
             Image {
                 anchors.centerIn: parent
-                source: "icons/" + (pill.icons[pill.captureMode] || "mic.fill") + ".svg"
+                source: "icons/" + (pill.icons[pill.captureMode] || "microphone") + ".svg"
                 sourceSize.width: 18
                 sourceSize.height: 18
             }

@@ -52,7 +52,7 @@ Rectangle {
 
         Image {
             anchors.verticalCenter: parent.verticalCenter
-            source: "icons/" + (card.isError ? "exclamationmark.triangle.fill" : "sparkles") + ".svg"
+            source: "icons/" + (card.isError ? "dialog-warning" : "ask-ai") + ".svg"
             sourceSize.width: 15
             sourceSize.height: 15
             visible: !card.hudState.showingHistory
@@ -60,7 +60,7 @@ Rectangle {
         IconButton {
             anchors.verticalCenter: parent.verticalCenter
             visible: card.hudState.showingHistory
-            icon: "chevron.left"
+            icon: "go-previous"
             tip: "Back to answer"
             onClicked: card.hudState.toggleHistory()
         }
@@ -86,7 +86,7 @@ Rectangle {
         IconButton {
             objectName: "copyButton"
             visible: !card.hudState.showingHistory
-            icon: card.copied ? "checkmark" : "doc.on.doc"
+            icon: card.copied ? "object-select" : "edit-copy"
             tip: "Copy"
             onClicked: {
                 copier.text = card.displayText;
@@ -98,18 +98,18 @@ Rectangle {
         }
         IconButton {
             visible: !card.hudState.showingHistory
-            icon: card.hudState.expanded ? "arrow.down.right.and.arrow.up.left" : "arrow.up.left.and.arrow.down.right"
+            icon: card.hudState.expanded ? "view-restore" : "view-fullscreen"
             tip: card.hudState.expanded ? "Collapse" : "Expand"
             onClicked: card.hudState.toggleExpand()
         }
         IconButton {
             visible: !card.isError && !card.hudState.showingHistory
-            icon: "clock.arrow.circlepath"
+            icon: "view-history"
             tip: "History"
             onClicked: card.hudState.toggleHistory()
         }
         IconButton {
-            icon: "xmark"
+            icon: "window-close"
             tip: "Close"
             onClicked: card.hudState.close()
         }

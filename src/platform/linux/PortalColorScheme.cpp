@@ -40,7 +40,7 @@ bool isAbsent(const QDBusMessage &reply)
 } // namespace
 
 PortalColorScheme::PortalColorScheme(QDBusConnection bus, int firstReadTimeoutMs, QObject *parent)
-    : QObject(parent), m_bus(std::move(bus))
+    : ColorSchemeSource(parent), m_bus(std::move(bus))
 {
     if (!m_bus.isConnected()) {
         sayUnavailable(QStringLiteral("no D-Bus session bus"));
@@ -64,12 +64,6 @@ PortalColorScheme::PortalColorScheme(QDBusConnection bus, int firstReadTimeoutMs
         return;
     }
     takeReply(reply);
-}
-
-void PortalColorScheme::subscribe(Handler handler)
-{
-    if (handler)
-        m_handlers.append(std::move(handler));
 }
 
 std::optional<ColorSchemeSource::Scheme> PortalColorScheme::schemeOf(QVariant value)
@@ -154,9 +148,7 @@ void PortalColorScheme::setScheme(Scheme scheme)
     if (m_scheme == scheme)
         return;
     m_scheme = scheme;
-    const QList<Handler> handlers = m_handlers;
-    for (const Handler &handler : handlers)
-        handler(scheme);
+    Q_EMIT schemeChanged(scheme);
 }
 
 void PortalColorScheme::sayUnavailable(const QString &reason)

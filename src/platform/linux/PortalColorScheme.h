@@ -3,8 +3,6 @@
 #include "platform/ColorSchemeSource.h"
 
 #include <QDBusConnection>
-#include <QList>
-#include <QObject>
 
 #include <optional>
 
@@ -14,7 +12,7 @@ class QDBusVariant;
 // The desktop's light or dark preference as the freedesktop settings portal states it
 // (org.freedesktop.appearance color-scheme), followed live through its SettingChanged signal.
 // No session bus, no portal, or one that fails or does not answer: no preference, said once.
-class PortalColorScheme : public QObject, public ColorSchemeSource
+class PortalColorScheme : public ColorSchemeSource
 {
     Q_OBJECT
 public:
@@ -27,7 +25,6 @@ public:
                                QObject *parent = nullptr);
 
     Scheme current() const override { return m_scheme; }
-    void subscribe(Handler handler) override;
 
     // The setting's value, 0 none, 1 dark, 2 light (other numbers: none), however many
     // variants wrap it; nothing for a value that is no number.
@@ -47,7 +44,6 @@ private:
 
     QDBusConnection m_bus;
     Scheme m_scheme = Scheme::noPreference;
-    QList<Handler> m_handlers;
     bool m_heardChange = false;
     bool m_saidUnavailable = false;
 };

@@ -17,7 +17,6 @@ const char *const monitorName = "@DEFAULT_MONITOR@";
 struct PulseSystemAudioSource::Connection
 {
     PulseSystemAudioSource *owner = nullptr;
-    quint64 generation = 0;
     pa_sample_spec spec{};
     pa_threaded_mainloop *loop = nullptr;
     pa_context *context = nullptr;
@@ -31,20 +30,10 @@ struct PulseSystemAudioSource::Connection
         if (failed)
             return;
         failed = true;
-        PulseSystemAudioSource *target = owner;
-        const quint64 id = generation;
-        QMetaObject::invokeMethod(
-            owner, [target, id] { target->fail(id); }, Qt::QueuedConnection);
+        Q_EMIT owner->failed();
     }
 
-    void postSamples(QList<float> samples)
-    {
-        PulseSystemAudioSource *target = owner;
-        const quint64 id = generation;
-        QMetaObject::invokeMethod(
-            owner, [target, id, samples = std::move(samples)] { target->deliver(id, samples); },
-            Qt::QueuedConnection);
-    }
+    void postSamples(const QList<float> &samples) { Q_EMIT owner->captured(samples); }
 
     void openStream();
     static void contextStateChanged(pa_context *context, void *userdata);
@@ -99,7 +88,7 @@ void PulseSystemAudioSource::Connection::streamReadable(pa_stream *stream, size_
         if (data)
             std::memcpy(samples.data(), data, size_t(samples.size()) * sizeof(float));
         pa_stream_drop(stream);
-        connection->postSamples(std::move(samples));
+        connection->postSamples(samples);
     }
 }
 
@@ -140,19 +129,18 @@ void PulseSystemAudioSource::Connection::openStream()
         postFailure();
 }
 
-PulseSystemAudioSource::PulseSystemAudioSource(QObject *parent) : QObject(parent) {}
+PulseSystemAudioSource::PulseSystemAudioSource(QObject *parent) : SystemAudioSource(parent) {}
 
 PulseSystemAudioSource::~PulseSystemAudioSource()
 {
     stop();
 }
 
-bool PulseSystemAudioSource::start(int sampleRate, BlockHandler onBlock, FailureHandler onFailure)
+bool PulseSystemAudioSource::start(int sampleRate)
 {
     stop();
     auto connection = std::make_unique<Connection>();
     connection->owner = this;
-    connection->generation = m_generation;
     connection->spec = pa_sample_spec{PA_SAMPLE_FLOAT32NE, uint32_t(std::max(sampleRate, 0)), 1};
     if (sampleRate <= 0 || !pa_sample_spec_valid(&connection->spec))
         return false;
@@ -169,32 +157,12 @@ bool PulseSystemAudioSource::start(int sampleRate, BlockHandler onBlock, Failure
     if (pa_threaded_mainloop_start(connection->loop) < 0)
         return false;
     connection->loopRunning = true;
-    m_onBlock = std::move(onBlock);
-    m_onFailure = std::move(onFailure);
     m_connection = std::move(connection);
     return true;
 }
 
 void PulseSystemAudioSource::stop()
 {
-    ++m_generation;
+    // Joins the server's thread: nothing is emitted after this.
     m_connection.reset();
-    m_onBlock = {};
-    m_onFailure = {};
-}
-
-void PulseSystemAudioSource::deliver(quint64 generation, const QList<float> &samples)
-{
-    if (generation == m_generation && m_onBlock)
-        m_onBlock(samples.constData(), samples.size());
-}
-
-void PulseSystemAudioSource::fail(quint64 generation)
-{
-    if (generation != m_generation)
-        return;
-    FailureHandler onFailure = std::move(m_onFailure);
-    stop();
-    if (onFailure)
-        onFailure();
 }

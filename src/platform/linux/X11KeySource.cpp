@@ -1,6 +1,6 @@
 #include "platform/linux/X11KeySource.h"
 
-#include "platform/linux/MacKeyCodes.h"
+#include "platform/linux/KeyCodeTable.h"
 #include "platform/linux/X11KeyboardMap.h"
 #include "platform/linux/X11SyntheticKeys.h"
 
@@ -45,6 +45,8 @@ unsigned xModifiers(std::uint64_t flags, unsigned fnMask)
 X11KeySource::X11KeySource(const QString &fnKey, QObject *parent) : QObject(parent)
 {
     setFnKey(fnKey);
+    connect(&FnKey::shared(), &FnKey::keyChanged, this,
+            [this] { setFnKey(FnKey::shared().key()); });
 }
 
 X11KeySource::~X11KeySource()
@@ -166,7 +168,7 @@ void X11KeySource::grabCombos()
         // combination is still seen, but reaches the focused window too.
         if ((combo.modifiers & fnBit) && fnMask == 0)
             continue;
-        const KeySym keysym = MacKeyCodes::toKeysym(combo.keyCode);
+        const KeySym keysym = KeyCodeTable::toKeysym(combo.keyCode);
         const int keycode = keysym == NoSymbol ? 0 : XKeysymToKeycode(m_display, keysym);
         if (keycode == 0)
             continue; // no such key on this layout
@@ -256,7 +258,7 @@ void X11KeySource::handleRawKey(int keycode, bool press, bool repeat)
             m_handler({Type::flagsChanged, -1, after});
         return;
     }
-    const int code = MacKeyCodes::fromKeysym(baseKeysym(keycode));
+    const int code = KeyCodeTable::fromKeysym(baseKeysym(keycode));
     if (code < 0) {
         m_taken.remove(keycode);
         return; // no shortcut can name this key

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/FnKey.h"
 #include "platform/KeyEventSource.h"
+#include "platform/linux/FnKey.h"
 
 #include <QHash>
 #include <QObject>
@@ -22,7 +22,7 @@ class X11KeySource : public QObject, public KeyEventSource
 {
     Q_OBJECT
 public:
-    // fnKey: an X keysym name, one of FnKey::choices().
+    // fnKey: an X keysym name, one of FnKey::choices(); later choices are followed.
     explicit X11KeySource(const QString &fnKey = FnKey::shared().key(), QObject *parent = nullptr);
     ~X11KeySource() override;
 

@@ -1,6 +1,6 @@
 #include "platform/linux/X11KeyboardMap.h"
 
-#include "platform/linux/MacKeyCodes.h"
+#include "platform/linux/KeyCodeTable.h"
 
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
@@ -16,10 +16,13 @@ constexpr std::uint64_t fnBit = 0x800000, controlBit = 0x40000, optionBit = 0x80
 X11KeyboardMap::X11KeyboardMap(const QString &fnKey) : m_display(XOpenDisplay(nullptr))
 {
     setFnKey(fnKey);
+    m_followFnKey = QObject::connect(&FnKey::shared(), &FnKey::keyChanged,
+                                     [this] { setFnKey(FnKey::shared().key()); });
 }
 
 X11KeyboardMap::~X11KeyboardMap()
 {
+    QObject::disconnect(m_followFnKey);
     if (m_display)
         XCloseDisplay(m_display);
 }
@@ -37,7 +40,7 @@ std::uint64_t X11KeyboardMap::modifierBit(NativeKey key) const
 KeyboardMap::Key X11KeyboardMap::key(NativeKey key) const
 {
     const unsigned long keysym = baseKeysym(key);
-    return {MacKeyCodes::fromKeysym(keysym), keysymText(keysym)};
+    return {KeyCodeTable::fromKeysym(keysym), keysymText(keysym)};
 }
 
 unsigned long X11KeyboardMap::baseKeysym(NativeKey key) const

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "platform/KeyboardMap.h"
+#include "platform/linux/FnKey.h"
+
+#include <QMetaObject>
 
 struct _XDisplay;
 
@@ -10,8 +13,8 @@ struct _XDisplay;
 class X11KeyboardMap : public KeyboardMap
 {
 public:
-    // fnKey: an X keysym name, one of FnKey::choices().
-    explicit X11KeyboardMap(const QString &fnKey);
+    // fnKey: an X keysym name, one of FnKey::choices(); later choices are followed.
+    explicit X11KeyboardMap(const QString &fnKey = FnKey::shared().key());
     ~X11KeyboardMap() override;
     X11KeyboardMap(const X11KeyboardMap &) = delete;
     X11KeyboardMap &operator=(const X11KeyboardMap &) = delete;
@@ -32,5 +35,6 @@ private:
     unsigned long baseKeysym(NativeKey key) const;
 
     unsigned long m_fnKeysym = 0;
+    QMetaObject::Connection m_followFnKey;
     _XDisplay *m_display = nullptr;
 };

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // The signed-in window: the sidebar and the page of AppModel.selectedTab. Every page
 // switch builds the page afresh, so a page reads its store each time it appears.

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // The apps the assistant may read. Connecting happens on the provider's page in the
 // browser; the row waits there until the backend reports the app as connected.
@@ -17,7 +17,7 @@ PageScaffold {
         id: connections
     }
 
-    function symbolFor(slug) {
+    function iconFor(slug) {
         switch (slug) {
         case "email":
             return "envelope";
@@ -72,9 +72,9 @@ PageScaffold {
                             implicitHeight: 36
                             radius: Theme.smallRadius
                             color: Theme.accentSoft
-                            SymbolIcon {
+                            ThemedIcon {
                                 anchors.centerIn: parent
-                                symbol: page.symbolFor(row.modelData.slug)
+                                iconName: page.iconFor(row.modelData.slug)
                                 color: Theme.accent
                             }
                         }
@@ -114,8 +114,8 @@ PageScaffold {
                                 id: badgeRow
                                 anchors.centerIn: parent
                                 spacing: 4
-                                SymbolIcon {
-                                    symbol: "checkmark.circle.fill"
+                                ThemedIcon {
+                                    iconName: "emblem-ok"
                                     size: 12
                                     color: Theme.success
                                 }

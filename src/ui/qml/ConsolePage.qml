@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // The activity log as it is written. The view keeps to the newest line while it is at the
 // end, and stays put while the reader has scrolled back.
@@ -17,7 +17,7 @@ PageScaffold {
         Button {
             objectName: "copyAll"
             text: "Copy all"
-            icon.source: "icons/doc.on.doc.svg"
+            icon.source: "icons/edit-copy.svg"
             enabled: AppModel.logLines.length > 0
             onClicked: {
                 clipboardHelper.text = page.logText;

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // The custom vocabulary: terms the transcriber should spell right, with what it heard.
 PageScaffold {
@@ -97,8 +97,8 @@ PageScaffold {
                     anchors.leftMargin: 14
                     anchors.rightMargin: 6
                     spacing: 10
-                    SymbolIcon {
-                        symbol: "character.book.closed.fill"
+                    ThemedIcon {
+                        iconName: "dictionary"
                         size: 16
                         color: Theme.accent
                     }
@@ -145,7 +145,7 @@ PageScaffold {
                 objectName: "dictionaryEmpty"
                 anchors.centerIn: parent
                 width: Math.min(parent.width, 420)
-                symbol: "character.book.closed.fill"
+                iconName: "dictionary"
                 title: "Your dictionary is empty"
                 message: "Add a name or term above and dictation will spell it your way."
             }

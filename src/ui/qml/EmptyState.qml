@@ -7,15 +7,15 @@ import Ovrin.Ui
 // What a list says when it has nothing to show.
 ColumnLayout {
     id: empty
-    property string symbol
+    property string iconName
     property string title
     property string message
     spacing: 8
 
     IconImage {
         Layout.alignment: Qt.AlignHCenter
-        visible: empty.symbol !== ""
-        source: empty.symbol !== "" ? "icons/" + empty.symbol + ".svg" : ""
+        visible: empty.iconName !== ""
+        source: empty.iconName !== "" ? "icons/" + empty.iconName + ".svg" : ""
         sourceSize.width: 40
         sourceSize.height: 40
         color: Theme.textSecondary

@@ -12,8 +12,8 @@ RowLayout {
     property bool isProject: true
     spacing: 6
 
-    SymbolIcon {
-        symbol: header.isProject ? "folder.fill" : "circle"
+    ThemedIcon {
+        iconName: header.isProject ? "folder" : "circle"
         size: 14
         color: header.isProject ? Theme.accent : Theme.textSecondary
     }

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // Transcripts or chat, by scope, newest first as the store lists them.
 PageScaffold {
@@ -89,7 +89,7 @@ PageScaffold {
         anchors.centerIn: parent
         width: Math.min(parent.width, 420)
         visible: history.entries.count === 0
-        symbol: page.chat ? "bubble.left.and.bubble.right.fill" : "text.quote"
+        iconName: page.chat ? "chat" : "transcripts"
         title: page.chat ? "" : "No transcriptions yet"
         message: page.chat ? "Hold your Ask AI hotkey and speak — the conversation will show up here." : "Dictated text will appear here."
     }

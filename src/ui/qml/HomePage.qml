@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // Where Ovrin starts: what the setup still lacks, the shortcuts, and once the app works
 // properly the offer to start at login.
@@ -68,8 +68,8 @@ PageScaffold {
                 objectName: "allSet"
                 visible: page.setupComplete
                 spacing: 10
-                SymbolIcon {
-                    symbol: "checkmark.circle.fill"
+                ThemedIcon {
+                    iconName: "emblem-ok"
                     size: 20
                     color: Theme.success
                 }
@@ -91,7 +91,7 @@ PageScaffold {
             SetupRow {
                 objectName: "setup-microphone"
                 visible: !AppModel.micAuthorized
-                symbol: "mic.fill"
+                iconName: "microphone"
                 title: "Microphone access"
                 detail: "Required for dictation and Ask AI."
                 onTriggered: AppModel.requestMicrophone()
@@ -99,7 +99,7 @@ PageScaffold {
             SetupRow {
                 objectName: "setup-accessibility"
                 visible: !AppModel.accessibilityTrusted
-                symbol: "keyboard"
+                iconName: "keyboard"
                 title: "Accessibility access"
                 detail: "Required for global hotkeys. Launch with ./run.sh if Ovrin isn't listed."
                 onTriggered: AppModel.requestAccessibility()
@@ -107,7 +107,7 @@ PageScaffold {
             SetupRow {
                 objectName: "setup-screen"
                 visible: !AppModel.screenRecordingTrusted
-                symbol: "magnifyingglass"
+                iconName: "edit-find"
                 title: "Screen Recording"
                 detail: "Required for Read screen."
                 onTriggered: MainWindowState.helpTopic = "Privacy_ScreenCapture"
@@ -115,8 +115,8 @@ PageScaffold {
             SetupRow {
                 objectName: "setup-backend"
                 visible: !AppModel.backendReachable
-                symbol: "exclamationmark.triangle.fill"
-                symbolColor: Theme.danger
+                iconName: "dialog-warning"
+                iconColor: Theme.danger
                 title: "Backend offline"
                 actionText: "Retry"
                 onTriggered: AppModel.refresh()
@@ -159,18 +159,18 @@ PageScaffold {
             }
             Repeater {
                 model: [
-                    { symbol: "mic.fill", name: "Dictate", keys: AppModel.hotkeyName },
-                    { symbol: "sparkles", name: "Ask AI", keys: AppModel.askKeyName },
-                    { symbol: "magnifyingglass", name: "Read screen", keys: AppModel.screenKeyName },
-                    { symbol: "waveform", name: "Hands-free", keys: AppModel.handsFreeKeyName }
+                    { iconName: "microphone", name: "Dictate", keys: AppModel.hotkeyName },
+                    { iconName: "ask-ai", name: "Ask AI", keys: AppModel.askKeyName },
+                    { iconName: "edit-find", name: "Read screen", keys: AppModel.screenKeyName },
+                    { iconName: "waveform", name: "Hands-free", keys: AppModel.handsFreeKeyName }
                 ]
                 delegate: RowLayout {
                     id: shortcutRow
                     required property var modelData
                     Layout.fillWidth: true
                     spacing: 10
-                    SymbolIcon {
-                        symbol: shortcutRow.modelData.symbol
+                    ThemedIcon {
+                        iconName: shortcutRow.modelData.iconName
                         size: 16
                         color: Theme.accent
                     }

@@ -58,7 +58,7 @@ FocusScope {
                 Layout.alignment: Qt.AlignTop
                 text: "Back to meetings"
                 display: AbstractButton.IconOnly
-                icon.source: "icons/chevron.left.svg"
+                icon.source: "icons/go-previous.svg"
                 icon.color: Theme.text
                 icon.width: 18
                 icon.height: 18
@@ -95,7 +95,7 @@ FocusScope {
                 Layout.alignment: Qt.AlignTop
                 enabled: detail.recording !== ""
                 text: player.isPlaying ? "Stop" : "Play"
-                icon.source: player.isPlaying ? "icons/stop.fill.svg" : "icons/play.fill.svg"
+                icon.source: player.isPlaying ? "icons/media-playback-stop.svg" : "icons/media-playback-start.svg"
                 icon.color: Theme.text
                 icon.width: 14
                 icon.height: 14

@@ -24,8 +24,8 @@ ItemDelegate {
     }
     contentItem: RowLayout {
         spacing: 12
-        SymbolIcon {
-            symbol: "waveform"
+        ThemedIcon {
+            iconName: "waveform"
             size: 18
             color: Theme.accent
         }

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // The recorder, recordings that still need sending, and the meetings with their notes.
 // A meeting opens in place of the list; Back (or Escape) returns to it.
@@ -86,7 +86,7 @@ PageScaffold {
                 objectName: "meetingsEmpty"
                 anchors.centerIn: parent
                 visible: list.count === 0
-                symbol: "waveform"
+                iconName: "waveform"
                 message: "Record one above to get AI notes."
             }
         }

@@ -24,7 +24,7 @@ PageScaffold {
         objectName: "memoryEmpty"
         anchors.centerIn: parent
         visible: AssistantStore.memories.count === 0 && page.loadError === ""
-        symbol: "brain"
+        iconName: "brain"
         title: "Nothing remembered"
         message: "Nothing remembered yet. Tell the assistant something about you, or say “remember …”."
     }

@@ -26,7 +26,7 @@ PageScaffold {
         objectName: "projectsEmpty"
         anchors.centerIn: parent
         visible: AssistantStore.projectsModel.count === 0 && page.loadError === ""
-        symbol: "folder.fill"
+        iconName: "folder"
         message: "No projects yet. Mention one when adding a task, e.g. “add a task to the XYZ site”."
     }
 
@@ -52,8 +52,8 @@ PageScaffold {
                 RowLayout {
                     Layout.fillWidth: true
                     spacing: 8
-                    SymbolIcon {
-                        symbol: "folder.fill"
+                    ThemedIcon {
+                        iconName: "folder"
                         size: 18
                         color: Theme.accent
                     }
@@ -118,10 +118,10 @@ PageScaffold {
                         required property var modelData
                         Layout.fillWidth: true
                         spacing: 8
-                        SymbolIcon {
+                        ThemedIcon {
                             Layout.alignment: Qt.AlignTop
                             Layout.topMargin: 2
-                            symbol: "brain"
+                            iconName: "brain"
                             size: 14
                             color: Theme.textSecondary
                         }

@@ -30,9 +30,9 @@ Card {
                 border.color: Theme.accentSoft
             }
             contentItem: Item {
-                SymbolIcon {
+                ThemedIcon {
                     anchors.centerIn: parent
-                    symbol: card.recording ? "stop.fill" : "mic.fill"
+                    iconName: card.recording ? "media-playback-stop" : "microphone"
                     size: 26
                     color: Theme.accentText
                 }

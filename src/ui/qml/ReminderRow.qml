@@ -38,9 +38,9 @@ Item {
             implicitHeight: 30
             radius: 15
             color: row.fired ? Theme.surfaceAlt : Theme.accentSoft
-            SymbolIcon {
+            ThemedIcon {
                 anchors.centerIn: parent
-                symbol: "bell.fill"
+                iconName: "reminders"
                 size: 15
                 color: row.fired ? Theme.textSecondary : Theme.accent
             }

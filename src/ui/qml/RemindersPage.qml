@@ -35,7 +35,7 @@ PageScaffold {
         objectName: "remindersEmpty"
         anchors.centerIn: parent
         visible: AssistantStore.reminders.count === 0 && page.loadError === ""
-        symbol: "bell.fill"
+        iconName: "reminders"
         message: "No upcoming reminders."
     }
 

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // Every choice is written to the settings file the moment it is made.
 PageScaffold {
@@ -13,8 +13,8 @@ PageScaffold {
     actions: [
         RowLayout {
             spacing: 6
-            SymbolIcon {
-                symbol: "checkmark.circle.fill"
+            ThemedIcon {
+                iconName: "emblem-ok"
                 size: 14
                 color: Theme.success
             }
@@ -150,7 +150,7 @@ PageScaffold {
                 objectName: "refreshMicrophones"
                 Layout.alignment: Qt.AlignRight
                 text: "Refresh device list"
-                icon.source: "icons/arrow.clockwise.svg"
+                icon.source: "icons/view-refresh.svg"
                 onClicked: microphones.refresh()
             }
             SettingRow {

@@ -7,8 +7,8 @@ import Ovrin.Ui
 // it. Children go under the explanation.
 RowLayout {
     id: row
-    property string symbol
-    property color symbolColor: Theme.warning
+    property string iconName
+    property color iconColor: Theme.warning
     property string title
     property string detail
     property string actionText: "Enable"
@@ -24,11 +24,11 @@ RowLayout {
         implicitHeight: 32
         radius: Theme.smallRadius
         color: Theme.surfaceAlt
-        SymbolIcon {
+        ThemedIcon {
             anchors.centerIn: parent
-            symbol: row.symbol
+            iconName: row.iconName
             size: 16
-            color: row.symbolColor
+            color: row.iconColor
         }
     }
     ColumnLayout {

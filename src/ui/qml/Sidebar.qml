@@ -3,7 +3,7 @@ import QtQuick.Controls
 import QtQuick.Controls.impl
 import QtQuick.Layouts
 import Ovrin.Ui
-import Ovrin.App
+import Ovrin.State
 
 // The fixed navigation: the mark and name, the sections, the live status and the backend.
 // Up and Down move through the pages while the list has focus.

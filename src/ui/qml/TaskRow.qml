@@ -76,8 +76,8 @@ Item {
             RowLayout {
                 visible: !!row.task.dueAt
                 spacing: 4
-                SymbolIcon {
-                    symbol: "calendar"
+                ThemedIcon {
+                    iconName: "calendar"
                     size: 12
                     color: row.done ? Theme.textSecondary : Theme.accent
                 }

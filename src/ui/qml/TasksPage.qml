@@ -23,7 +23,7 @@ PageScaffold {
         objectName: "tasksEmpty"
         anchors.centerIn: parent
         visible: AssistantStore.tasks.count === 0 && page.loadError === ""
-        symbol: "checklist"
+        iconName: "checklist"
         message: "No tasks yet. Say “add a task to…”"
     }
 

@@ -25,7 +25,7 @@ Card {
             objectName: "copyTranscript"
             text: "Copy"
             display: AbstractButton.IconOnly
-            icon.source: "icons/doc.on.doc.svg"
+            icon.source: "icons/edit-copy.svg"
             icon.color: Theme.textSecondary
             icon.width: 16
             icon.height: 16

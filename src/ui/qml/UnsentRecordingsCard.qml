@@ -13,8 +13,8 @@ Card {
 
     RowLayout {
         spacing: 8
-        SymbolIcon {
-            symbol: "exclamationmark.triangle.fill"
+        ThemedIcon {
+            iconName: "dialog-warning"
             size: 16
             color: Theme.warning
         }
@@ -37,8 +37,8 @@ Card {
             required property string modelData
             Layout.fillWidth: true
             spacing: 8
-            SymbolIcon {
-                symbol: "waveform"
+            ThemedIcon {
+                iconName: "waveform"
                 size: 16
                 color: Theme.textSecondary
             }
@@ -51,7 +51,7 @@ Card {
             Button {
                 objectName: "retryUpload"
                 text: "Retry upload"
-                icon.source: "icons/arrow.clockwise.svg"
+                icon.source: "icons/view-refresh.svg"
                 icon.color: Theme.text
                 icon.width: 14
                 icon.height: 14

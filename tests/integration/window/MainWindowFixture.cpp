@@ -1,5 +1,6 @@
 #include "MainWindowFixture.h"
 
+#include "platform/linux/FnKey.h"
 #include "ui/ConnectionsModel.h"
 #include "ui/QmlStores.h"
 #include "ui/SidebarNavigation.h"
@@ -189,6 +190,13 @@ bool MainWindowFixture::start()
     defaults = std::make_unique<QSettings>(dir.filePath("defaults.ini"), QSettings::IniFormat);
     launchAtLogin = std::make_unique<LaunchAtLoginManager>(loginItem, *defaults);
     model = std::make_unique<AppModel>(clock, permissions, health, *launchAtLogin, systemLog);
+    // The names the application gives the default shortcuts with the default fn key.
+    const Settings defaultSettings;
+    const QString fnKey = FnKey::shared().label();
+    model->setHotkeyName(defaultSettings.pushToTalkKey.displayName(fnKey));
+    model->setAskKeyName(defaultSettings.askKey.displayName(fnKey));
+    model->setScreenKeyName(defaultSettings.screenKey.displayName(fnKey));
+    model->setHandsFreeKeyName(Shortcut::doubleTapName(fnKey));
 
     keychain.items.insert(QString::fromLatin1(AuthStore::keychainKey), QStringLiteral("token"));
     QCoro::waitFor(auth->restore());

@@ -1,17 +1,18 @@
 #pragma once
 
-#include "app/AppModel.h"
-#include "app/LaunchAtLoginManager.h"
 #include "audio/MeetingRecorder.h"
 #include "backend/Backend.h"
 #include "core/ManualClock.h"
 #include "core/ManualScheduler.h"
+#include "state/AppModel.h"
+#include "state/LaunchAtLoginManager.h"
 #include "stores/AssistantStore.h"
 #include "stores/AuthStore.h"
 #include "stores/DictionaryStore.h"
 #include "stores/HistoryStore.h"
 #include "stores/MeetingStore.h"
 #include "stores/SettingsStore.h"
+#include "support/FakeBackend.h"
 #include "support/FakeBackendServer.h"
 #include "support/FakeKeychain.h"
 #include "support/FakePlatform.h"
@@ -72,7 +73,8 @@ public:
     std::unique_ptr<MeetingRecorder> recorder;
 
     FakePermissions permissions;
-    FakeHealth health;
+    // The model's health checks; the rest of the backend is the fake server.
+    FakeBackend health;
     FakeLoginItem loginItem;
     RecordingSystemLog systemLog;
     std::unique_ptr<QSettings> defaults;

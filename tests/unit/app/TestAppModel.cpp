@@ -1,8 +1,8 @@
-#include "support/FakePlatform.h"
+#include "support/FakeBackend.h"
 
-#include "app/AppModel.h"
-#include "app/LaunchAtLoginManager.h"
 #include "core/ManualClock.h"
+#include "state/AppModel.h"
+#include "state/LaunchAtLoginManager.h"
 
 #include <QFile>
 #include <QSettings>
@@ -14,7 +14,7 @@ struct Fixture
 {
     ManualClock clock{QDateTime(QDate(2026, 3, 1), QTime(21, 5, 9))};
     FakePermissions permissions;
-    FakeHealth backend;
+    FakeBackend backend;
     FakeLoginItem loginItem;
     QTemporaryDir dir;
     QSettings settings{dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
@@ -59,7 +59,7 @@ private Q_SLOTS:
     {
         // Each row takes away one condition for offering the prompt.
         QTest::addColumn<QString>("blocker");
-        for (const char *blocker : {"none", "not a proper bundle", "microphone undecided",
+        for (const char *blocker : {"none", "not a proper launch", "microphone undecided",
                                     "not trusted", "already answered", "already a login item"})
             QTest::newRow(blocker) << QString::fromLatin1(blocker);
     }
@@ -74,20 +74,20 @@ private Q_SLOTS:
         f.loginItem.enabled = blocker == "already a login item";
         if (blocker == "already answered")
             f.settings.setValue(LaunchAtLoginManager::promptAnsweredKey, true);
-        const bool properBundle = blocker != "not a proper bundle";
+        const bool properLaunch = blocker != "not a proper launch";
         const bool offered = blocker == "none";
         QSignalSpy changed(&f.model, &AppModel::showLaunchAtLoginPromptChanged);
 
         f.model.refreshPermissions();
-        f.model.evaluateLaunchAtLoginPrompt(properBundle);
-        f.model.evaluateLaunchAtLoginPrompt(properBundle);
+        f.model.evaluateLaunchAtLoginPrompt(properLaunch);
+        f.model.evaluateLaunchAtLoginPrompt(properLaunch);
         QCOMPARE(f.model.micAuthorized(), blocker != "microphone undecided");
         QCOMPARE(f.model.showLaunchAtLoginPrompt(), offered);
 
         // Once offered, the prompt stays up even if a permission is revoked meanwhile.
         f.permissions.microphone = denied;
         f.model.refreshPermissions();
-        f.model.evaluateLaunchAtLoginPrompt(properBundle);
+        f.model.evaluateLaunchAtLoginPrompt(properLaunch);
         QCOMPARE(f.model.showLaunchAtLoginPrompt(), offered);
         QCOMPARE(changed.count(), offered ? 1 : 0);
     }

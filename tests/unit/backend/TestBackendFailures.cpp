@@ -133,8 +133,8 @@ private Q_SLOTS:
                 return discard(backend.send(backend.makeRequest("thing", "GET")));
             if (call == "ask")
                 return discard(backend.ask("Hi?", {}, {}, {}, {}));
-            return backend.uploadToS3(base.resolved(QUrl("/b/k")),
-                                      QCoreApplication::applicationFilePath());
+            return backend.uploadRecording(base.resolved(QUrl("/b/k")),
+                                           QCoreApplication::applicationFilePath());
         };
         const auto outcome = BackendRig::run(start());
         VERIFY_BACKEND_ERROR(outcome, Kind::notReachable, unreachable(base));
@@ -243,12 +243,12 @@ private Q_SLOTS:
         const QByteArray xml = R"(<?xml version="1.0"?><Error><Code>AccessDenied</Code></Error>)";
         rig.server.on("PUT", "/b/k").status(403).body(xml, "application/xml");
         const QUrl url = rig.server.baseURL().resolved(QUrl("/b/k?sig=1"));
-        const auto refused = rig.run(rig.backend.uploadToS3(url, file.fileName()));
+        const auto refused = rig.run(rig.backend.uploadRecording(url, file.fileName()));
         VERIFY_BACKEND_ERROR(refused, Kind::http, "Backend error 403: " + QString::fromUtf8(xml));
         QCOMPARE(refused.errorAs<BackendError>()->status(), 403);
 
         // A recording that is gone fails before anything is sent.
-        const auto missing = rig.run(rig.backend.uploadToS3(url, dir.filePath("gone.wav")));
+        const auto missing = rig.run(rig.backend.uploadRecording(url, dir.filePath("gone.wav")));
         QVERIFY(missing.errorAs<DescribedError>());
         QVERIFY2(missing.errorDescription().contains("gone.wav"),
                  qPrintable(missing.errorDescription()));

@@ -312,7 +312,7 @@ private Q_SLOTS:
         const QString target =
             QStringLiteral("/bucket/rec.wav?X-Amz-Signature=a%2Fb&X-Amz-Expires=300");
 
-        const auto outcome = rig.run(rig.backend.uploadToS3(
+        const auto outcome = rig.run(rig.backend.uploadRecording(
             QUrl(rig.server.baseURL().toString() + target), file.fileName()));
         VERIFY_SUCCEEDED(outcome);
         const FakeRequest request = rig.server.lastRequest();

@@ -1,17 +1,21 @@
-// The correction prompt's banner: replacement in place, the dismiss timer, the dictionary add
-// through the real store against a scripted backend, and placement on the pointer's screen.
+// The correction prompt's banner: replacement in place, the dismiss timer, placement on the
+// pointer's screen; and the feature as a dictation uses it, from a fix in the field to the
+// dictionary through the real store against a scripted backend.
 #include "backend/Backend.h"
 #include "core/ManualClock.h"
 #include "core/ManualScheduler.h"
-#include "desktop/CorrectionPrompt.h"
+#include "correction/Corrections.h"
 #include "desktop/FloatingPanel.h"
 #include "platform/WindowSystem.h"
 #include "stores/DictionaryStore.h"
 #include "support/FakeBackendServer.h"
+#include "support/FakePlatform.h"
+#include "support/FakeScreens.h"
 
 #include <QJsonArray>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QTest>
 
 namespace {
@@ -56,6 +60,7 @@ class TestCorrectionPrompt : public QObject
 
     ManualClock m_clock;
     ManualScheduler m_scheduler{m_clock};
+    FakeScreens m_screens;
 
 private Q_SLOTS:
     void initTestCase()
@@ -63,11 +68,12 @@ private Q_SLOTS:
         // The offscreen platform has no OpenGL.
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         testLogger = qInstallMessageHandler(dropPlatformWarnings);
+        m_screens.screen = laptop;
     }
 
     void secondCorrectionReplacesTheFirst()
     {
-        CorrectionPrompt prompt(m_scheduler, {}, nullptr, [] { return laptop; });
+        CorrectionPrompt prompt(m_scheduler, m_screens, nullptr);
         prompt.show("jon", "John");
         FloatingPanel *panel = prompt.panel();
         QVERIFY(panel);
@@ -106,18 +112,33 @@ private Q_SLOTS:
         QCOMPARE(panel->opacity(), 1.0);
     }
 
-    void addPutsThePhraseInTheDictionary()
+    // A fix of a pasted word, typed into the field, is offered; "Add" stores it.
+    void fixInTheFieldReachesTheDictionary()
     {
         FakeBackendServer server;
         QVERIFY(server.listen());
         Backend backend(server.baseURL(), &m_clock);
         DictionaryStore store(backend);
-        CorrectionPrompt prompt(
-            m_scheduler,
-            [&store](QString term, std::optional<QString> heardAs) {
-                store.add(std::move(term), std::move(heardAs));
-            },
-            nullptr, [] { return laptop; });
+        FakeFocusedText focus;
+        Corrections corrections(focus, m_clock, m_scheduler, store, m_screens, nullptr);
+        QSignalSpy found(&corrections, &Corrections::correctionFound);
+        CorrectionPrompt &prompt = corrections.prompt();
+
+        focus.focused->text = QStringLiteral("meet jon at noon");
+        corrections.watch(QStringLiteral("meet jon at noon"));
+        m_scheduler.advance(CorrectionWatcher::baselineDelay);
+        focus.focused->text = QStringLiteral("meet John at noon");
+        m_scheduler.advance(CorrectionWatcher::pollInterval);
+        m_scheduler.advance(CorrectionWatcher::settleDelay + CorrectionWatcher::pollInterval);
+        QCOMPARE(found.size(), 1);
+        QCOMPARE(found.first(), (QVariantList{"jon", "John"}));
+        QVERIFY(prompt.isVisible());
+        QCOMPARE(prompt.corrected(), QStringLiteral("John"));
+        QCOMPARE(corrections.banner(), prompt.panel());
+
+        // A new capture puts the banner away.
+        corrections.dismiss();
+        QVERIFY(!prompt.isVisible());
 
         // The close button hides without adding.
         prompt.show("jon", "John");
@@ -146,14 +167,14 @@ private Q_SLOTS:
     void viewFollowsTheCompositor()
     {
         CompositedDesktop composited;
-        CorrectionPrompt translucent(m_scheduler, {}, &composited, [] { return laptop; });
+        CorrectionPrompt translucent(m_scheduler, m_screens, &composited);
         translucent.show("jon", "John");
         QVERIFY(translucent.panel()->isTranslucent());
         QCOMPARE(translucent.panel()->color(), QColor(Qt::transparent));
         QCOMPARE(translucent.panel()->rootObject()->property("translucent"), true);
         QVERIFY(translucent.panel()->mask().isEmpty());
 
-        CorrectionPrompt opaque(m_scheduler, {}, nullptr, [] { return laptop; });
+        CorrectionPrompt opaque(m_scheduler, m_screens, nullptr);
         opaque.show("jon", "John");
         QCOMPARE(opaque.panel()->rootObject()->property("translucent"), false);
         const QRegion mask = opaque.panel()->mask();
@@ -165,8 +186,9 @@ private Q_SLOTS:
     void placedOnTheScreenUnderThePointer()
     {
         // The pointer's screen's usable area, as the seam reports it; nothing between screens.
-        std::optional<QRect> area = QRect(1280, 24, 1920, 1056);
-        CorrectionPrompt prompt(m_scheduler, {}, nullptr, [&area] { return area; });
+        FakeScreens screens;
+        screens.screen = QRect(1280, 24, 1920, 1056);
+        CorrectionPrompt prompt(m_scheduler, screens, nullptr);
         prompt.show("jon", "John");
         const QRect second = prompt.panel()->geometry();
         QCOMPARE(second.size(), CorrectionPrompt::size);
@@ -174,11 +196,11 @@ private Q_SLOTS:
         // The visible banner ends 96 above the bottom of the usable area; below it, the shadow pad.
         QCOMPARE(second.y() + second.height() - CorrectionPrompt::shadowPad, 24 + 1056 - 96);
 
-        area = laptop;
+        screens.screen = laptop;
         prompt.show("teh", "the");
         QCOMPARE(prompt.panel()->geometry(), QRect(640 - 220, 776 - 96 - 90, 440, 120));
 
-        area.reset();
+        screens.screen.reset();
         prompt.show("form", "from");
         QCOMPARE(prompt.panel()->position(), QPoint(640 - 220, 776 - 96 - 90));
         QVERIFY(prompt.isVisible());

@@ -1,7 +1,7 @@
 #include "core/ManualClock.h"
 #include "core/ManualScheduler.h"
 #include "correction/CorrectionWatcher.h"
-#include "platform/FocusedTextReader.h"
+#include "support/FakePlatform.h"
 
 #include <QTest>
 
@@ -12,38 +12,8 @@ using Correction = CorrectionWatcher::Correction;
 
 namespace {
 
-// A text field of "another application" whose text the test edits.
-struct Field
-{
-    QString text;
-    bool readable = true;
-    bool secret = false;
-};
-
-class FieldElement : public TextElement
-{
-public:
-    explicit FieldElement(std::shared_ptr<Field> field) : m_field(std::move(field)) {}
-    std::optional<QString> value() override
-    {
-        return m_field->readable ? std::optional(m_field->text) : std::nullopt;
-    }
-    bool isSecret() const override { return m_field->secret; }
-
-private:
-    std::shared_ptr<Field> m_field;
-};
-
-class FakeFocus : public FocusedTextReader
-{
-public:
-    std::shared_ptr<Field> focused = std::make_shared<Field>();
-    std::optional<QString> selectedText() override { return std::nullopt; }
-    std::unique_ptr<TextElement> focusedElement() override
-    {
-        return focused ? std::make_unique<FieldElement>(focused) : nullptr;
-    }
-};
+using Field = FakeField;
+using FakeFocus = FakeFocusedText;
 
 QStringList keysOf(const QList<Tok> &tokens)
 {
@@ -91,10 +61,11 @@ private Q_SLOTS:
         m_focus.focused = std::make_shared<Field>();
         m_reports.clear();
         m_watcher = std::make_unique<CorrectionWatcher>(m_focus, m_clock, m_scheduler);
-        m_watcher->onCorrection = [this](const QString &heard, const QString &corrected) {
-            QVERIFY(!m_watcher->isWatching()); // delivered after the watch has ended
-            m_reports << heard + u'|' + corrected;
-        };
+        connect(m_watcher.get(), &CorrectionWatcher::correctionFound, this,
+                [this](const QString &heard, const QString &corrected) {
+                    QVERIFY(!m_watcher->isWatching()); // delivered after the watch has ended
+                    m_reports << heard + u'|' + corrected;
+                });
     }
     void cleanup()
     {
@@ -225,7 +196,7 @@ private Q_SLOTS:
     {
         watch("send it to jon", "send it to jon");
         auto original = m_focus.focused;
-        m_focus.focused = std::make_shared<Field>(Field{"send it to jon"});
+        m_focus.focused = std::make_shared<Field>(Field{.text = "send it to jon"});
         edit("send it to John"); // typed in a field focused later
         QVERIFY(m_reports.isEmpty());
         original->readable = false; // the application is busy: polls are skipped

@@ -39,10 +39,14 @@ struct Rig
 
     Rig()
     {
-        manager.onHoldStart = [this](CaptureMode m) { events << "start " + captureModeName(m); };
-        manager.onHoldStop = [this](CaptureMode m) { events << "stop " + captureModeName(m); };
-        manager.onHandsFreeStart = [this] { events << "hands-free"; };
-        manager.onHandsFreeStop = [this] { events << "hands-free end"; };
+        QObject::connect(&manager, &HotkeyManager::holdStarted,
+                         [this](CaptureMode m) { events << "start " + captureModeName(m); });
+        QObject::connect(&manager, &HotkeyManager::holdStopped,
+                         [this](CaptureMode m) { events << "stop " + captureModeName(m); });
+        QObject::connect(&manager, &HotkeyManager::handsFreeStarted,
+                         [this] { events << "hands-free"; });
+        QObject::connect(&manager, &HotkeyManager::handsFreeStopped,
+                         [this] { events << "hands-free end"; });
         manager.start();
     }
     void flags(Flags f)

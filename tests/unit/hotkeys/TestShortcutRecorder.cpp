@@ -1,4 +1,5 @@
 #include "hotkeys/ShortcutRecorder.h"
+#include "hotkeys/ShortcutRecording.h"
 
 #include <QKeyEvent>
 #include <QQuickItem>
@@ -195,25 +196,44 @@ private Q_SLOTS:
         QCOMPARE(recorder.shortcut(), expected);
     }
 
-    void cgFlags()
+    void shortcutFlags()
     {
         const S::Flags all = S::fn | S::control | S::option | S::shift | S::command;
         const S::Flags noise = 0x10000 | 0x100 | (S::Flags(1) << 40);
-        QCOMPARE(ShortcutRecorder::cgFlags(all | noise, true), all);
-        QCOMPARE(ShortcutRecorder::cgFlags(all | noise, false), all & ~S::fn);
-        QCOMPARE(ShortcutRecorder::cgFlags(S::fn, true), S::fn);
+        QCOMPARE(ShortcutRecorder::shortcutFlags(all | noise, true), all);
+        QCOMPARE(ShortcutRecorder::shortcutFlags(all | noise, false), all & ~S::fn);
+        QCOMPARE(ShortcutRecorder::shortcutFlags(S::fn, true), S::fn);
     }
 
+    // The application hears once when some field starts recording and once when none does:
+    // its global hotkeys rest in between.
     void oneRecorderAtATime()
     {
+        QSignalSpy recording(&ShortcutRecording::shared(), &ShortcutRecording::activeChanged);
         ShortcutRecorder first(&m_map), second(&m_map);
         first.toggle();
         second.toggle();
         QVERIFY(!first.isRecording());
+        QVERIFY(ShortcutRecording::shared().isActive());
         send(down, {optionKey});
         send(up, {optionKey});
         QCOMPARE(second.shortcut(), S(S::option));
         QCOMPARE(first.shortcut(), S());
+        QVERIFY(!ShortcutRecording::shared().isActive());
+        QCOMPARE(recording.count(), 2);
+    }
+
+    void namesTheChosenFnKey()
+    {
+        ShortcutRecorder recorder(&m_map);
+        QSignalSpy hint(&recorder, &ShortcutRecorder::hintChanged);
+        recorder.setShortcut(S(S::fn | S::control));
+        QCOMPARE(recorder.label(), "Right Ctrl+Left Ctrl");
+        recorder.setFnKeyName(QStringLiteral("Right Alt"));
+        QCOMPARE(recorder.label(), "Right Alt+Ctrl");
+        QVERIFY(recorder.hint().contains("or hold Right Alt. Every hotkey needs at least one "
+                                         "modifier (Super, Alt, Ctrl, Shift or Right Alt)"));
+        QCOMPARE(hint.count(), 1);
     }
 
     void qmlField()

@@ -1,25 +1,31 @@
-#include "FakeHUDPanel.h"
-#include "FakeHUDScreens.h"
+#include "support/FakeBackendServer.h"
+#include "support/FakeHUDPanel.h"
+#include "support/FakeScreens.h"
 
+#include "backend/Backend.h"
 #include "core/ManualClock.h"
 #include "core/ManualScheduler.h"
 #include "hud/HUDHistory.h"
 #include "hud/RecordingHUD.h"
+#include "stores/HistoryStore.h"
 
 #include <QSignalSpy>
 #include <QTest>
 
 #include <cmath>
 #include <limits>
-#include <thread>
 
 namespace {
 
 struct Rig
 {
-    Rig()
+    // Chat history requests the backend has had.
+    int historyRefreshes() const
     {
-        hud.setHistoryRefresher([this] { ++historyRefreshes; });
+        int count = 0;
+        for (const FakeRequest &request : server.requests())
+            count += request.target == QStringLiteral("/history?scope=chat");
+        return count;
     }
 
     // The state and panel of a finished streamed answer.
@@ -31,10 +37,13 @@ struct Rig
 
     ManualClock clock;
     ManualScheduler scheduler{clock};
+    FakeBackendServer server;
+    bool listening = server.listen();
+    Backend backend{server.baseURL()};
+    HistoryStore history{backend, clock};
     FakeHUDPanel panel;
-    FakeHUDScreens screens;
-    RecordingHUD hud{panel, screens, clock, scheduler};
-    int historyRefreshes = 0;
+    FakeScreens screens;
+    RecordingHUD hud{panel, screens, clock, scheduler, history};
 };
 
 QString words(int characters)
@@ -298,7 +307,7 @@ private Q_SLOTS:
 
         rig.answer(QStringLiteral("forty-two"));
         rig.hud.state()->toggleHistory();
-        QCOMPARE(rig.historyRefreshes, 1);
+        QTRY_COMPARE(rig.historyRefreshes(), 1);
         QVERIFY(rig.hud.state()->showingHistory());
         QCOMPARE(rig.panel.contentHeight(), 560);
         rig.hud.hoverChanged(false);
@@ -341,24 +350,6 @@ private Q_SLOTS:
         rig.hud.finishStreaming(QString(), QString());
         QCOMPARE(rig.panel.fadeInCount, 3);
         QVERIFY(!rig.panel.isVisible());
-    }
-
-    void callsFromOtherThreadsRunInOrderOnTheMainThread()
-    {
-        Rig rig;
-        QSignalSpy modes(rig.hud.state(), &HUDState::modeChanged);
-        std::thread audio([&] {
-            rig.hud.show(HUDMode::recording(CaptureMode::paste));
-            rig.hud.setLevel(0.5f);
-            rig.hud.showError(QStringLiteral("failed"));
-        });
-        audio.join();
-        QCOMPARE(modes.size(), 0);
-        QCOMPARE(rig.panel.createCount, 0);
-        QCoreApplication::processEvents();
-        QCOMPARE(modes.size(), 2);
-        QCOMPARE(rig.hud.state()->level(), 0.5f);
-        QCOMPARE(rig.hud.state()->modeKind(), QStringLiteral("error"));
     }
 
     // The backend lists chat lines newest first and not always in pairs.

@@ -21,9 +21,7 @@ namespace {
 struct FakeScheme : ColorSchemeSource
 {
     Scheme current() const override { return scheme; }
-    void subscribe(Handler h) override { handler = std::move(h); }
     Scheme scheme = Scheme::noPreference;
-    Handler handler;
 };
 
 QString uidOf(const QVariant &option)
@@ -145,9 +143,9 @@ private Q_SLOTS:
         QTemporaryDir dir;
         SettingsStore store(dir.filePath("settings.json"));
         ThemeStore &theme = ThemeStore::shared();
-        store.setThemePreference(&theme);
+        theme.follow(store);
         SettingsModel model(store);
-        QSignalSpy saved(&store, &SettingsStore::didChange);
+        QSignalSpy saved(&store, &SettingsStore::changed);
         QSignalSpy changed(&model, &SettingsModel::changed);
 
         model.setCleanupEnabled(true);
@@ -190,23 +188,23 @@ private Q_SLOTS:
         QVERIFY(theme.systemKnown());
 
         QSignalSpy changed(&theme, &ThemeStore::changed);
-        desktop.handler(ColorSchemeSource::Scheme::light);
+        Q_EMIT desktop.schemeChanged(ColorSchemeSource::Scheme::light);
         QVERIFY(!theme.dark());
         QCOMPARE(changed.count(), 1);
-        desktop.handler(ColorSchemeSource::Scheme::light);
+        Q_EMIT desktop.schemeChanged(ColorSchemeSource::Scheme::light);
         QCOMPARE(changed.count(), 1);
 
         theme.setPreference(AppTheme::dark);
         QVERIFY(theme.dark());
-        desktop.handler(ColorSchemeSource::Scheme::light);
+        Q_EMIT desktop.schemeChanged(ColorSchemeSource::Scheme::light);
         QVERIFY(theme.dark());
         theme.setPreference(AppTheme::light);
-        desktop.handler(ColorSchemeSource::Scheme::dark);
+        Q_EMIT desktop.schemeChanged(ColorSchemeSource::Scheme::dark);
         QVERIFY(!theme.dark());
 
         // No desktop preference: light.
         theme.setPreference(AppTheme::system);
-        desktop.handler(ColorSchemeSource::Scheme::noPreference);
+        Q_EMIT desktop.schemeChanged(ColorSchemeSource::Scheme::noPreference);
         QVERIFY(!theme.dark());
         QVERIFY(!theme.systemKnown());
         theme.setColorSchemeSource(nullptr);
