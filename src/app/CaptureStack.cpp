@@ -99,9 +99,6 @@ void CaptureStack::applyHotkeySetting(const Settings &settings)
 {
     for (CaptureMode mode : {CaptureMode::paste, CaptureMode::ask, CaptureMode::screen})
         d->hotkey.setShortcut(mode, settings.shortcut(mode));
-    const QString fnKey = FnKey::shared().label();
-    d->model.setHotkeyName(settings.pushToTalkKey.displayName(fnKey));
-    d->model.setAskKeyName(settings.askKey.displayName(fnKey));
-    d->model.setScreenKeyName(settings.screenKey.displayName(fnKey));
-    d->model.setHandsFreeKeyName(Shortcut::doubleTapName(fnKey));
+    d->model.nameShortcuts(settings.pushToTalkKey, settings.askKey, settings.screenKey,
+                           FnKey::shared().label());
 }

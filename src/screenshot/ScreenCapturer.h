@@ -47,10 +47,9 @@ public:
     // `quality` from 0 (smallest) to 1 (best).
     static std::optional<QByteArray> jpeg(const QImage &image, double maxDimension, double quality);
 
+private:
     // Draws the pointer into a picture of the screen whose top-left device pixel is `origin`.
     static void drawPointer(QImage &picture, QPoint origin, const WindowSystem::Pointer &pointer);
-
-private:
     static QCoro::Task<std::optional<QByteArray>> encode(QImage picture, double maxDimension,
                                                          double quality);
 

@@ -59,24 +59,14 @@ void AppModel::setActivity(Activity activity)
     assign(m_activity, activity, &AppModel::activityChanged);
 }
 
-void AppModel::setHotkeyName(const QString &name)
+void AppModel::nameShortcuts(const Shortcut &dictation, const Shortcut &ask, const Shortcut &screen,
+                             const QString &fnKeyName)
 {
-    assign(m_hotkeyName, name, &AppModel::hotkeyNameChanged);
-}
-
-void AppModel::setAskKeyName(const QString &name)
-{
-    assign(m_askKeyName, name, &AppModel::askKeyNameChanged);
-}
-
-void AppModel::setScreenKeyName(const QString &name)
-{
-    assign(m_screenKeyName, name, &AppModel::screenKeyNameChanged);
-}
-
-void AppModel::setHandsFreeKeyName(const QString &name)
-{
-    assign(m_handsFreeKeyName, name, &AppModel::handsFreeKeyNameChanged);
+    assign(m_hotkeyName, dictation.displayName(fnKeyName), &AppModel::hotkeyNameChanged);
+    assign(m_askKeyName, ask.displayName(fnKeyName), &AppModel::askKeyNameChanged);
+    assign(m_screenKeyName, screen.displayName(fnKeyName), &AppModel::screenKeyNameChanged);
+    assign(m_handsFreeKeyName, Shortcut::doubleTapName(fnKeyName),
+           &AppModel::handsFreeKeyNameChanged);
 }
 
 void AppModel::setHotkeyIsDown(bool down)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hotkeys/Shortcut.h"
 #include "state/Activity.h"
 
 #include <QCoro/QCoroTask>
@@ -74,10 +75,10 @@ public:
 
     void setSelectedTab(int tab);
     void setActivity(Activity activity);
-    void setHotkeyName(const QString &name);
-    void setAskKeyName(const QString &name);
-    void setScreenKeyName(const QString &name);
-    void setHandsFreeKeyName(const QString &name);
+    // The names of the three shortcuts and of the fn key's double tap, with the fn key shown
+    // as `fnKeyName` ("Right Ctrl").
+    void nameShortcuts(const Shortcut &dictation, const Shortcut &ask, const Shortcut &screen,
+                       const QString &fnKeyName);
     void setHotkeyIsDown(bool down);
     void setLastTranscript(const QString &text);
 

@@ -191,12 +191,9 @@ bool MainWindowFixture::start()
     launchAtLogin = std::make_unique<LaunchAtLoginManager>(loginItem, *defaults);
     model = std::make_unique<AppModel>(clock, permissions, health, *launchAtLogin, systemLog);
     // The names the application gives the default shortcuts with the default fn key.
-    const Settings defaultSettings;
-    const QString fnKey = FnKey::shared().label();
-    model->setHotkeyName(defaultSettings.pushToTalkKey.displayName(fnKey));
-    model->setAskKeyName(defaultSettings.askKey.displayName(fnKey));
-    model->setScreenKeyName(defaultSettings.screenKey.displayName(fnKey));
-    model->setHandsFreeKeyName(Shortcut::doubleTapName(fnKey));
+    const Settings initial;
+    model->nameShortcuts(initial.pushToTalkKey, initial.askKey, initial.screenKey,
+                         FnKey::shared().label());
 
     keychain.items.insert(QString::fromLatin1(AuthStore::keychainKey), QStringLiteral("token"));
     QCoro::waitFor(auth->restore());

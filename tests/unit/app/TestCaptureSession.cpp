@@ -357,7 +357,9 @@ private Q_SLOTS:
             false,
             {"It is ", "a test."},
             {{"open_app", "Nowhere"}, {"open_app", "Calendar"}, {"other", "Files"}}};
-        rig.model.setAskKeyName(QStringLiteral("Right Ctrl+Left Ctrl"));
+        const Settings defaults;
+        rig.model.nameShortcuts(defaults.pushToTalkKey, defaults.askKey, defaults.screenKey,
+                                QStringLiteral("Right Ctrl"));
         const QStringList events = rig.dictate(CaptureMode::ask);
         QVERIFY(rig.idle());
         QCOMPARE(rig.model.lastTranscript(), "what is this?");
