@@ -176,11 +176,12 @@ public:
 
     std::optional<double> pasteSent;
 
-    void send(Command command) override
+    bool send(Command command) override
     {
-        m_inner.send(command);
+        const bool sent = m_inner.send(command);
         if (command == Command::paste)
             pasteSent = m_clock.now();
+        return sent;
     }
 
 private:

@@ -102,7 +102,46 @@ PA
     echo "trayer: $(_ci_ms "$t") ms"
 
     if [ "${CI_COMPOSITOR:-0}" = 1 ]; then _ci_bg xcompmgr xcompmgr; fi
+    ci_start_wayland || return 1
     echo "ci_start total: $(_ci_ms "$t0") ms (logs in $CI_ROOT/log)"
+}
+
+# A headless Wayland desktop beside the X server, for the tests of the Wayland rungs: sway
+# with its headless backend and XWayland. Measured on Debian 12: sway starts in about 0.1 s
+# every time and offers virtual keyboards, data control and screencopy. weston's headless
+# backend offers neither virtual keyboards nor data control. `mutter --headless --wayland
+# --virtual-monitor 1280x800` starts (XWayland on demand) but its seat has no keyboard, so
+# no client ever has focus and neither paste nor the clipboard can be tried there; no
+# client can add a keyboard to it either. kwin_wayland is not packaged for this test
+# machine's set. sway refuses to run as root, so as root it
+# runs in a user namespace where it is an ordinary user (files it makes still belong to root
+# outside, so our root-run clients reach them). Nothing is exported as WAYLAND_DISPLAY:
+# the other tests stay on X. Tests find it through OVRIN_TEST_WAYLAND_* instead.
+ci_start_wayland() {
+    command -v sway >/dev/null || { echo "sway not installed: no Wayland desktop for the tests"; return 0; }
+    local t dir=$CI_ROOT/wayland
+    t=$(date +%s%N)
+    mkdir -p "$dir/run"
+    chmod 700 "$dir/run"
+    cat >"$dir/sway.conf" <<SWAY
+xwayland enable
+output HEADLESS-1 resolution 1280x800 position 0 0
+default_border none
+focus_on_window_activation focus
+exec env > $dir/session.env.tmp && mv $dir/session.env.tmp $dir/session.env
+SWAY
+    local namespace=()
+    [ "$(id -u)" -ne 0 ] || namespace=(unshare --user --map-user=1000 --map-group=1000)
+    _ci_bg sway env -u WAYLAND_DISPLAY -u DISPLAY XDG_RUNTIME_DIR="$dir/run" WLR_BACKENDS=headless \
+        WLR_LIBINPUT_NO_DEVICES=1 WLR_RENDERER=pixman XDG_CURRENT_DESKTOP=sway \
+        "${namespace[@]}" sway -c "$dir/sway.conf"
+    _ci_wait sway test -s "$dir/session.env" || return 1
+    export OVRIN_TEST_WAYLAND_RUNTIME=$dir/run
+    OVRIN_TEST_WAYLAND_DISPLAY=$(sed -n 's/^WAYLAND_DISPLAY=//p' "$dir/session.env")
+    OVRIN_TEST_XWAYLAND_DISPLAY=$(sed -n 's/^DISPLAY=//p' "$dir/session.env")
+    OVRIN_TEST_SWAYSOCK=$(sed -n 's/^SWAYSOCK=//p' "$dir/session.env")
+    export OVRIN_TEST_WAYLAND_DISPLAY OVRIN_TEST_XWAYLAND_DISPLAY OVRIN_TEST_SWAYSOCK
+    echo "sway $OVRIN_TEST_WAYLAND_DISPLAY (XWayland $OVRIN_TEST_XWAYLAND_DISPLAY): $(_ci_ms "$t") ms"
 }
 
 ci_stop() {

@@ -13,6 +13,7 @@ build=(
   libcpp-httplib-dev nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev libsodium-dev
   libpocketsphinx-dev libsphinxbase-dev libsamplerate0-dev libcurl4-openssl-dev
   libtesseract-dev libleptonica-dev libglib2.0-dev
+  libevdev-dev libwayland-dev
 )
 run=(
   libqt6svg6 qml6-module-qtquick qml6-module-qtqml qml6-module-qtquick-controls
@@ -20,12 +21,14 @@ run=(
   qml6-module-qtqml-workerscript libgl1-mesa-dri
   dbus tzdata
   pocketsphinx-en-us tesseract-ocr-eng
+  wl-clipboard grim
 )
 test=(
   xvfb x11-utils xdotool
   at-spi2-core gnome-keyring
   pulseaudio pulseaudio-utils
   trayer xcompmgr sox flite
+  sway xwayland
   python3 python3-gi gir1.2-gtk-3.0
   wrk
   dpkg-dev desktop-file-utils appstream

@@ -114,6 +114,8 @@ void AppDelegate::launch()
     connect(&FnKey::shared(), &FnKey::keyChanged, this, &AppDelegate::fnKeyChanged);
     logLaunchTarget();
     logEnvironment();
+    if (!d->platform.desktopRungs.isEmpty())
+        d->model.setDesktopRungs(d->platform.desktopName, d->platform.desktopRungs);
     d->model.log(QStringLiteral("Launched."));
     restoreSignIn();
     d->model.refreshPermissions();
@@ -326,9 +328,13 @@ void AppDelegate::requestAccessibilityAccess()
             d->model.log(QStringLiteral("Accessibility: trusted"));
             ensureHotkeyActive();
         } else {
-            d->model.log(QStringLiteral("Accessibility: needs an X11 session with XInput 2.2 "
-                                        "and XTEST, and the accessibility bus — see the help in "
-                                        "Ovrin's window."));
+            if (d->platform.desktopName.startsWith(u"Wayland"))
+                d->model.log(QStringLiteral("Hotkeys: nothing on this Wayland session lets Ovrin "
+                                            "see keys — see the help in Ovrin's window."));
+            else
+                d->model.log(QStringLiteral("Accessibility: needs an X11 session with XInput 2.2 "
+                                            "and XTEST, and the accessibility bus — see the help "
+                                            "in Ovrin's window."));
             if (!d->target.isProper())
                 d->model.log(wrongTargetWarning());
             openPrivacySettings(QStringLiteral("Privacy_Accessibility"));

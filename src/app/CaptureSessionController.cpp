@@ -417,7 +417,13 @@ void CaptureSessionController::deliverTranscript(const QString &rawText, const S
         return;
     }
 
-    m_services.paster.paste(text);
+    m_services.paster.paste(text, [this] {
+        // Nothing may fail silently: the text is on the clipboard, the user pastes it.
+        m_services.model.log(QStringLiteral(
+            "Could not send the paste keystroke; the transcript is on the clipboard."));
+        setStatus(QStringLiteral("Copied to clipboard ✓"));
+        m_services.hud.showError(QStringLiteral("Copied — press Ctrl+V"));
+    });
     m_services.model.log(QStringLiteral("Pasted into focused app."));
     setStatus(QStringLiteral("Pasted ✓"));
     m_services.corrections.watch(text);

@@ -27,9 +27,10 @@ struct CaptureStack::Components
           hotkey(platform.keySource, clock, scheduler), history(HistoryStore::shared()),
           hudPanel(&history, screens, scheduler, platform.windowSystem),
           hud(hudPanel, screens, clock, scheduler, HistoryStore::shared()),
-          paster(platform.keySynthesizer, scheduler),
-          selection(platform.focusedText, platform.keySynthesizer, platform.clipboard),
-          screenshots(platform.windowSystem),
+          paster(platform.keySynthesizer, scheduler, platform.clipboardWriter),
+          selection(platform.focusedText, platform.keySynthesizer, platform.clipboard,
+                    platform.clipboardWriter),
+          screenshots(platform.windowSystem, platform.screenGrabber),
           corrections(platform.focusedText, clock, scheduler, DictionaryStore::shared(), screens,
                       platform.windowSystem),
           controller(CaptureServices{

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "platform/DesktopRung.h"
+
 class AccessibilitySwitch;
 class ClipboardWatcher;
+class ClipboardWriter;
+class ScreenGrabber;
 class WindowSystem;
 class FocusedTextReader;
 class InstalledApps;
@@ -25,4 +29,11 @@ struct PlatformServices
     AccessibilitySwitch &accessibilitySwitch;
     // Null: floating panels are drawn opaque and screenshots have no pointer.
     const WindowSystem *windowSystem = nullptr;
+    // Null: Qt's own clipboard.
+    ClipboardWriter *clipboardWriter = nullptr;
+    // Null: the screen is grabbed through Qt.
+    ScreenGrabber *screenGrabber = nullptr;
+    // The session ("X11", "Wayland (sway)") and how each function reaches it.
+    QString desktopName = {};
+    DesktopRungs desktopRungs = {};
 };

@@ -106,10 +106,12 @@ QCoro::Task<void> RequestHandler::finishSignIn(QString token)
     }
     if (!self)
         co_return;
-    if (!failure.isEmpty())
+    if (!failure.isEmpty()) {
         reportSignInFailure(failure);
-    else
+    } else {
+        m_model.log(QStringLiteral("Signed in."));
         Q_EMIT mainWindowWanted();
+    }
 }
 
 void RequestHandler::reportSignInFailure(const QString &reason)

@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLineTool.h"
+#include "app/DesktopPlatform.h"
 #include "app/InstanceChannel.h"
 #include "audio/AudioDevices.h"
 #include "audio/MeetingRecorder.h"
@@ -7,22 +8,12 @@
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
 #include "hotkeys/ShortcutRecorder.h"
-#include "platform/linux/AtspiAccessibilitySwitch.h"
-#include "platform/linux/AtspiFocusedTextReader.h"
 #include "platform/linux/PortalColorScheme.h"
 #include "platform/linux/PulseSoundServer.h"
 #include "platform/linux/PulseSystemAudioSource.h"
-#include "platform/linux/SyslogSystemLog.h"
 #include "platform/linux/TerminalPrompt.h"
 #include "platform/linux/UnixSignalWatcher.h"
-#include "platform/linux/X11KeySource.h"
-#include "platform/linux/X11KeySynthesizer.h"
 #include "platform/linux/X11KeyboardMap.h"
-#include "platform/linux/X11PermissionProbe.h"
-#include "platform/linux/X11WindowSystem.h"
-#include "platform/linux/XFixesClipboardWatcher.h"
-#include "platform/linux/XdgAutostartLoginItem.h"
-#include "platform/linux/XdgInstalledApps.h"
 #include "stores/AuthStore.h"
 #include "ui/ThemeStore.h"
 
@@ -65,6 +56,7 @@ int main(int argc, char *argv[])
         qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND"))
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 
+    DesktopPlatform::chooseQtPlatform();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Ovrin"));
     QApplication::setOrganizationName(QStringLiteral("Ovrin"));
@@ -90,17 +82,7 @@ int main(int argc, char *argv[])
     QObject::connect(&signalWatcher, &UnixSignalWatcher::terminationRequested, &app,
                      &QApplication::quit);
 
-    X11PermissionProbe permissions;
-    XdgAutostartLoginItem loginItem;
-    SyslogSystemLog systemLog;
-    X11KeySource keySource;
-    X11KeySynthesizer keySynthesizer;
-    AtspiFocusedTextReader focusedText;
-    XFixesClipboardWatcher clipboard;
-    XdgInstalledApps installedApps;
-    AtspiAccessibilitySwitch accessibilitySwitch;
     X11KeyboardMap keyboardMap;
-    X11WindowSystem windowSystem;
     ShortcutRecorder::setDefaultKeyboardMap(&keyboardMap);
     PulseSoundServer soundServer;
     AudioDevices::setSoundServer(&soundServer);
@@ -112,21 +94,13 @@ int main(int argc, char *argv[])
 
     SystemClock clock;
     QtScheduler scheduler;
-    AppDelegate delegate(PlatformServices{.permissions = permissions,
-                                          .loginItem = loginItem,
-                                          .systemLog = systemLog,
-                                          .keySource = keySource,
-                                          .keySynthesizer = keySynthesizer,
-                                          .focusedText = focusedText,
-                                          .clipboard = clipboard,
-                                          .installedApps = installedApps,
-                                          .accessibilitySwitch = accessibilitySwitch,
-                                          .windowSystem = &windowSystem},
-                         clock, scheduler);
+    DesktopPlatform platform(clock, scheduler);
+    AppDelegate delegate(platform.services(), clock, scheduler);
     QObject::connect(&delegate, &AppDelegate::quitRequested, &app, &QApplication::quit);
     QObject::connect(&channel, &InstanceChannel::argumentsReceived, &delegate,
                      &AppDelegate::handleArguments);
     delegate.launch();
+    platform.prepare();
     // This launch's own request (a sign-in link, a toggle) once everything is up.
     if (arguments.size() > 1)
         delegate.handleArguments(arguments);

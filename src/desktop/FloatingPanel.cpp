@@ -56,6 +56,8 @@ void FloatingPanel::applyFlags()
                             Qt::WindowDoesNotAcceptFocus;
     if (!m_acceptsMouse)
         flags |= Qt::WindowTransparentForInput;
+    if (m_windows && m_windows->panelsBypassWindowManager())
+        flags |= Qt::X11BypassWindowManagerHint;
     setFlags(flags);
 }
 
@@ -95,6 +97,8 @@ void FloatingPanel::setOpaqueShape(const QRect &shape, int radius)
 void FloatingPanel::bringToFront()
 {
     if (!isVisible()) {
+        if (m_windows && m_windows->panelsBypassWindowManager())
+            m_windows->markAsNotification(winId());
         show();
         // It floats over whatever the user works in, on whichever workspace.
         if (m_windows)

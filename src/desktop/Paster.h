@@ -4,6 +4,9 @@
 
 #include <QString>
 
+#include <functional>
+
+class ClipboardWriter;
 class KeySynthesizer;
 class Scheduler;
 
@@ -15,13 +18,17 @@ class Paster
 public:
     static constexpr double pasteDelay = 0.12;
 
-    Paster(KeySynthesizer &keys, Scheduler &scheduler);
-    void paste(const QString &text);
+    // `writer`: null for Qt's own clipboard.
+    Paster(KeySynthesizer &keys, Scheduler &scheduler, ClipboardWriter *writer = nullptr);
+    // `undelivered` runs when the keystroke could not be sent: the text stays on the
+    // clipboard for the user to paste.
+    void paste(const QString &text, std::function<void()> undelivered = {});
     // Only onto the clipboard, where the user pastes it.
     void copy(const QString &text);
 
 private:
     KeySynthesizer &m_keys;
+    ClipboardWriter *m_writer;
     Scheduler &m_scheduler;
     TimerHandle m_pending;
 };

@@ -2,6 +2,7 @@
 
 #include "core/Text.h"
 #include "platform/ClipboardWatcher.h"
+#include "platform/ClipboardWriter.h"
 #include "platform/FocusedTextReader.h"
 #include "platform/KeySynthesizer.h"
 
@@ -21,8 +22,8 @@ std::optional<QString> nonEmpty(const QString &text)
 } // namespace
 
 SelectionReader::SelectionReader(FocusedTextReader &focused, KeySynthesizer &keys,
-                                 ClipboardWatcher &clipboard)
-    : m_focused(focused), m_keys(keys), m_clipboard(clipboard)
+                                 ClipboardWatcher &clipboard, ClipboardWriter *writer)
+    : m_focused(focused), m_keys(keys), m_clipboard(clipboard), m_writer(writer)
 {}
 
 SelectionReader::~SelectionReader()
@@ -39,11 +40,12 @@ std::optional<QString> SelectionReader::viaAccessibility()
 std::optional<QString> SelectionReader::viaCopy()
 {
     QObject::disconnect(m_pendingRestore);
-    const QString previous = QGuiApplication::clipboard()->text(QClipboard::Clipboard);
+    const QString previous = m_writer ? m_clipboard.text(readWaitMilliseconds).value_or(QString())
+                                      : QGuiApplication::clipboard()->text(QClipboard::Clipboard);
     const std::uint64_t before = m_clipboard.changeCount();
 
-    m_keys.send(KeySynthesizer::Command::copy);
-    if (!m_clipboard.waitForChange(before, copyWaitMilliseconds))
+    if (!m_keys.send(KeySynthesizer::Command::copy) ||
+        !m_clipboard.waitForChange(before, copyWaitMilliseconds))
         return std::nullopt; // nothing was copied; the clipboard is as it was
 
     const std::optional<QString> copied = m_clipboard.text(readWaitMilliseconds);
@@ -54,6 +56,11 @@ std::optional<QString> SelectionReader::viaCopy()
 
 void SelectionReader::restorePrevious(std::optional<QString> previous, std::uint64_t copied)
 {
+    if (m_writer) {
+        if (m_clipboard.changeCount() == copied)
+            previous ? m_writer->setText(*previous) : m_writer->clear();
+        return;
+    }
     // Qt stamps its claim with the time of the last X event it handled, and the X server
     // ignores a claim older than the copying application's. A claim that did not take is
     // made again each time Qt takes in a clipboard change (by then its time is recent

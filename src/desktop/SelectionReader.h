@@ -7,6 +7,7 @@
 #include <optional>
 
 class ClipboardWatcher;
+class ClipboardWriter;
 class FocusedTextReader;
 class KeySynthesizer;
 
@@ -19,7 +20,9 @@ public:
     // How long the copying application may take to hand over its text once it has it.
     static constexpr int readWaitMilliseconds = 500;
 
-    SelectionReader(FocusedTextReader &focused, KeySynthesizer &keys, ClipboardWatcher &clipboard);
+    // `writer`: null for Qt's own clipboard.
+    SelectionReader(FocusedTextReader &focused, KeySynthesizer &keys, ClipboardWatcher &clipboard,
+                    ClipboardWriter *writer = nullptr);
     ~SelectionReader();
     SelectionReader(const SelectionReader &) = delete;
     SelectionReader &operator=(const SelectionReader &) = delete;
@@ -35,6 +38,7 @@ private:
     FocusedTextReader &m_focused;
     KeySynthesizer &m_keys;
     ClipboardWatcher &m_clipboard;
+    ClipboardWriter *m_writer;
     QMetaObject::Connection m_pendingRestore;
     bool m_restoring = false;
 };

@@ -28,4 +28,10 @@ public:
     virtual void showOnEveryWorkspace(quintptr window) const = 0;
     // A screen grab leaves the pointer out; this is what to draw in its place.
     virtual std::optional<Pointer> pointer() const = 0;
+    // Where a managed window would take the focus as it appears (an X client on a Wayland
+    // desktop), panels bypass the window manager instead, as notification windows, which the
+    // compositor never focuses.
+    virtual bool panelsBypassWindowManager() const { return false; }
+    // Marks a created, not yet shown window as a notification.
+    virtual void markAsNotification(quintptr window) const { Q_UNUSED(window); }
 };

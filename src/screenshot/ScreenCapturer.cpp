@@ -7,6 +7,7 @@
 #include <QImageWriter>
 #include <QPainter>
 #include <QPixmap>
+#include <QPromise>
 #include <QScreen>
 #include <QThread>
 #include <QWindow>
@@ -32,6 +33,22 @@ ScreenCapturer::captureActiveDisplay(double maxDimension, double quality,
     // Hiding sends the request at once; the grab below goes on the same connection.
     if (hidden)
         QThread::msleep(settleMilliseconds);
+    if (m_grabber) {
+        // The desktop takes the picture, the pointer in it; it may ask the user first.
+        QScreen *screen = displayUnderCursor();
+        auto promise = std::make_shared<QPromise<QImage>>();
+        QFuture<QImage> taken = promise->future();
+        promise->start();
+        m_grabber->grab(screen ? screen->geometry() : QRect(),
+                        [promise](std::optional<QImage> picture, const QString &problem) {
+                            if (!picture)
+                                qWarning("Screenshot: %s", qPrintable(problem));
+                            promise->addResult(picture.value_or(QImage()));
+                            promise->finish();
+                        });
+        QImage grabbed = co_await taken;
+        co_return co_await encode(std::move(grabbed), maxDimension, quality);
+    }
     QImage picture;
     if (QScreen *screen = displayUnderCursor()) {
         picture = screen->grabWindow(0).toImage();
@@ -41,7 +58,7 @@ ScreenCapturer::captureActiveDisplay(double maxDimension, double quality,
             drawPointer(picture, screen->geometry().topLeft() * screen->devicePixelRatio(),
                         *pointer);
     }
-    return encode(std::move(picture), maxDimension, quality);
+    co_return co_await encode(std::move(picture), maxDimension, quality);
 }
 
 void ScreenCapturer::drawPointer(QImage &picture, QPoint origin,

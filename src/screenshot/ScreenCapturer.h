@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ScreenGrabber.h"
 #include "platform/WindowSystem.h"
 
 #include <QByteArray>
@@ -25,8 +26,11 @@ public:
     // How long the windows under a panel we take away get to draw themselves again.
     static constexpr int settleMilliseconds = 60;
 
-    // Without a window system the picture has no pointer.
-    explicit ScreenCapturer(const WindowSystem *windows = nullptr) : m_windows(windows) {}
+    // Without a window system the picture has no pointer. With a grabber the desktop takes
+    // the picture (a Wayland desktop, where an X grab comes back empty).
+    explicit ScreenCapturer(const WindowSystem *windows = nullptr, ScreenGrabber *grabber = nullptr)
+        : m_windows(windows), m_grabber(grabber)
+    {}
     virtual ~ScreenCapturer() = default;
 
     // `leaveOut`: our own windows that must not be in the picture; those on screen are
@@ -54,4 +58,5 @@ private:
                                                          double quality);
 
     const WindowSystem *m_windows;
+    ScreenGrabber *m_grabber;
 };

@@ -59,6 +59,28 @@ void AppModel::setActivity(Activity activity)
     assign(m_activity, activity, &AppModel::activityChanged);
 }
 
+QVariantList AppModel::desktopRungs() const
+{
+    QVariantList rows;
+    for (const DesktopRung &rung : m_desktopRungs)
+        rows.append(QVariantMap{{QStringLiteral("feature"), rung.function},
+                                {QStringLiteral("rung"), rung.rung},
+                                {QStringLiteral("advice"), rung.advice},
+                                {QStringLiteral("working"), rung.working}});
+    return rows;
+}
+
+void AppModel::setDesktopRungs(const QString &desktop, const DesktopRungs &rungs)
+{
+    m_desktopName = desktop;
+    m_desktopRungs = rungs;
+    for (const DesktopRung &rung : rungs)
+        log(QStringLiteral("%1 on %2: %3%4")
+                .arg(rung.function, desktop, rung.rung,
+                     rung.advice.isEmpty() ? QString() : QStringLiteral(". ") + rung.advice));
+    Q_EMIT desktopRungsChanged();
+}
+
 void AppModel::nameShortcuts(const Shortcut &dictation, const Shortcut &ask, const Shortcut &screen,
                              const QString &fnKeyName)
 {

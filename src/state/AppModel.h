@@ -1,11 +1,13 @@
 #pragma once
 
 #include "hotkeys/Shortcut.h"
+#include "platform/DesktopRung.h"
 #include "state/Activity.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
 #include <QStringList>
+#include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 
 class Backend;
@@ -45,6 +47,9 @@ class AppModel : public QObject
         bool launchAtLoginEnabled READ launchAtLoginEnabled NOTIFY launchAtLoginEnabledChanged)
     Q_PROPERTY(bool showLaunchAtLoginPrompt READ showLaunchAtLoginPrompt NOTIFY
                    showLaunchAtLoginPromptChanged)
+    // How each function reaches this desktop: maps of feature, rung, advice, working.
+    Q_PROPERTY(QVariantList desktopRungs READ desktopRungs NOTIFY desktopRungsChanged)
+    Q_PROPERTY(QString desktopName READ desktopName NOTIFY desktopRungsChanged)
 
 public:
     static constexpr int maxLogLines = 200;
@@ -72,6 +77,8 @@ public:
     QStringList logLines() const { return m_logLines; }
     bool launchAtLoginEnabled() const { return m_launchAtLoginEnabled; }
     bool showLaunchAtLoginPrompt() const { return m_showLaunchAtLoginPrompt; }
+    QVariantList desktopRungs() const;
+    QString desktopName() const { return m_desktopName; }
 
     void setSelectedTab(int tab);
     void setActivity(Activity activity);
@@ -79,6 +86,8 @@ public:
     // as `fnKeyName` ("Right Ctrl").
     void nameShortcuts(const Shortcut &dictation, const Shortcut &ask, const Shortcut &screen,
                        const QString &fnKeyName);
+    // `desktop`: the session as the user knows it ("Wayland (sway)"). Each rung is logged.
+    void setDesktopRungs(const QString &desktop, const DesktopRungs &rungs);
     void setHotkeyIsDown(bool down);
     void setLastTranscript(const QString &text);
 
@@ -113,6 +122,7 @@ Q_SIGNALS:
     void logLinesChanged();
     void launchAtLoginEnabledChanged();
     void showLaunchAtLoginPromptChanged();
+    void desktopRungsChanged();
     void microphoneAccessRequested();
     void accessibilityAccessRequested();
 
@@ -142,4 +152,6 @@ private:
     QStringList m_logLines;
     bool m_launchAtLoginEnabled = false;
     bool m_showLaunchAtLoginPrompt = false;
+    QString m_desktopName;
+    DesktopRungs m_desktopRungs;
 };

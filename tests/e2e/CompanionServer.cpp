@@ -76,6 +76,15 @@ bool CompanionServer::signIn(const QString &email, const QString &password)
     return !m_token.isEmpty();
 }
 
+bool CompanionServer::registerAccount(const QString &email, const QString &password)
+{
+    const QJsonObject body{{u"email"_qs, email}, {u"password"_qs, password}};
+    const QJsonDocument reply = request("POST", QStringLiteral("/auth/register"),
+                                        QJsonDocument(body).toJson(QJsonDocument::Compact));
+    m_token = reply.object().value(u"token").toString().toUtf8();
+    return !m_token.isEmpty() || signIn(email, password);
+}
+
 QJsonDocument CompanionServer::get(const QString &path)
 {
     return request("GET", path, {});

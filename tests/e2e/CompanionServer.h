@@ -23,6 +23,9 @@ public:
 
     // Signs in with the API; later requests carry the token.
     bool signIn(const QString &email, const QString &password);
+    // Creates the account and signs in with it.
+    bool registerAccount(const QString &email, const QString &password);
+    const QByteArray &token() const { return m_token; }
     // A JSON request; a null document when it failed.
     QJsonDocument get(const QString &path);
 

@@ -14,9 +14,9 @@ OvrinProcess::~OvrinProcess()
     stop();
 }
 
-bool OvrinProcess::start(const QString &binary, const QString &home)
+bool OvrinProcess::start(const QString &binary, const QString &home,
+                         QProcessEnvironment environment)
 {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
     environment.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/data"));
     environment.insert(QStringLiteral("XDG_STATE_HOME"), home + QStringLiteral("/state"));

@@ -14,7 +14,8 @@ public:
     OvrinProcess &operator=(const OvrinProcess &) = delete;
 
     // Starts it with its settings and data in `home`; true once it logged "Launched.".
-    bool start(const QString &binary, const QString &home);
+    bool start(const QString &binary, const QString &home,
+               QProcessEnvironment environment = QProcessEnvironment::systemEnvironment());
     void stop();
     qint64 pid() const { return m_process.processId(); }
     bool isRunning() const { return m_process.state() == QProcess::Running; }

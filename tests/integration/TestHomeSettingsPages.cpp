@@ -126,6 +126,38 @@ private Q_SLOTS:
         QTRY_VERIFY(MainWindowFixture::findText(page, "All set"));
     }
 
+    void homeShowsHowEachFunctionReachesTheDesktop()
+    {
+        QQuickItem *page = m_rig.showPage(home);
+        QVERIFY(page);
+        // A Wayland desktop where keys cannot be seen: the row says what to do, and the
+        // accessibility row points to it instead of an X11 remedy.
+        m_rig.model->setDesktopRungs(
+            QStringLiteral("Wayland (sway)"),
+            {{QStringLiteral("Hotkeys"), QStringLiteral("Only the command ovrin toggle"),
+              QStringLiteral("Join the input group: sudo usermod -aG input $USER, then log out "
+                             "and in again."),
+              false},
+             {QStringLiteral("Paste"), QStringLiteral("Compositor virtual keyboard"), {}, true}});
+        setSetup(true, false, true, true);
+        QTRY_VERIFY(visibleItem(page, "desktopCard"));
+        VERIFY_TEXT(page, "Desktop: Wayland (sway)");
+        VERIFY_TEXT(page, "Hotkeys: Only the command ovrin toggle");
+        VERIFY_TEXT(page, "Paste: Compositor virtual keyboard");
+        QVERIFY(visibleItem(page, "rung-Hotkeys"));
+        VERIFY_TEXT(page, "Required for hold-to-talk. The Desktop card below says what to enable.");
+        // The advice is selectable text, so the command can be copied.
+        QVERIFY(MainWindowFixture::findText(
+            page, "Join the input group: sudo usermod -aG input $USER, then log out and in again."));
+        QVERIFY(m_rig.model->logLines().last().contains(
+            QStringLiteral("Paste on Wayland (sway): Compositor virtual keyboard")));
+        m_rig.saveScreenshot(QStringLiteral("page-home-wayland"));
+
+        m_rig.model->setDesktopRungs(QStringLiteral("X11"), {});
+        setSetup(true, true, true, true);
+        QTRY_VERIFY(!visibleItem(page, "desktopCard"));
+    }
+
     void homeLoginPromptSetsTheLoginItem()
     {
         setSetup(true, true, true, true);

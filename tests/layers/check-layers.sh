@@ -19,20 +19,20 @@ complain() {
     failures=$((failures + 1))
 }
 
-# The layer a path under src/ belongs to: its first folder, or platform/linux.
+# The layer a path under src/ belongs to: its first folder, or platform/<system>.
 layer_of() {
     case $1 in
-    platform/linux | platform/linux/*) echo platform/linux ;;
+    platform/*/*) local rest=${1#platform/}; echo "platform/${rest%%/*}" ;;
     *) echo "${1%%/*}" ;;
     esac
 }
 
-for dir in "$root"/src/*/ "$root"/src/platform/linux/; do
+for dir in "$root"/src/*/ "$root"/src/platform/*/; do
     dir=${dir%/}
-    layer=$(layer_of "${dir#"$root"/src/}")
+    layer=$(layer_of "${dir#"$root"/src/}/")
     [ -n "${allowed[$layer]:-}" ] || { complain "src/$layer is missing from the map in docs/ARCHITECTURE.md"; continue; }
-    # Sources of platform/ itself exclude its linux/ folder, a layer of its own.
-    if [ "$layer" = platform ]; then prune=("$dir/linux"); else prune=(/nonexistent); fi
+    # Sources of platform/ itself exclude its subfolders, each a layer of its own.
+    if [ "$layer" = platform ]; then depth=(-maxdepth 1); else depth=(); fi
 
     # #include "<layer>/…"
     while IFS=: read -r file line text; do
@@ -40,7 +40,7 @@ for dir in "$root"/src/*/ "$root"/src/platform/linux/; do
         [ -n "${allowed[$used]:-}" ] || continue # a header of this folder, not a layer
         [[ ${allowed[$layer]} == *" $used "* ]] ||
             complain "${file#"$root"/}:$line: $layer may not include $used"
-    done < <(find "$dir" -path "${prune[0]}" -prune -o \( -name '*.h' -o -name '*.cpp' \) -print0 |
+    done < <(find "$dir" "${depth[@]}" \( -name '*.h' -o -name '*.cpp' \) -print0 |
         xargs -0 -r grep -Hn '^#include "[a-z]*/' || true)
 
     # target_link_libraries(… ovrin_<layer> …)
@@ -48,7 +48,7 @@ for dir in "$root"/src/*/ "$root"/src/platform/linux/; do
     if [ -f "$cmake" ]; then
         for target in $(grep -oE '\bovrin_[a-z_]+\b' "$cmake" | sort -u); do
             used=${target#ovrin_}
-            [ "$used" = platform_linux ] && used=platform/linux
+            [[ $used == platform_* ]] && used=platform/${used#platform_}
             [ -n "${allowed[$used]:-}" ] || continue # a target that is not a layer
             [[ ${allowed[$layer]} == *" $used "* ]] ||
                 complain "${cmake#"$root"/}: $layer may not link ovrin_${target#ovrin_}"

@@ -100,12 +100,14 @@ struct FakeFocusedText : FocusedTextReader
 // application claim the clipboard.
 struct FakeKeySynthesizer : KeySynthesizer, Noting
 {
-    void send(Command command) override
+    bool send(Command command) override
     {
         note(command == Command::paste ? "keys paste" : "keys copy");
         if (command == Command::copy && onCopy)
             onCopy();
+        return delivers;
     }
+    bool delivers = true;
     std::function<void()> onCopy;
 };
 

@@ -1,6 +1,7 @@
 #include "platform/linux/AtspiFocusedTextReader.h"
 
 #include "platform/linux/AtspiTextElement.h"
+#include "platform/linux/X11KeySynthesizer.h"
 
 #include <atspi/atspi.h>
 #include <unistd.h>
@@ -120,4 +121,25 @@ std::unique_ptr<TextElement> AtspiFocusedTextReader::focusedElement()
     if (!focused)
         return nullptr;
     return std::make_unique<AtspiTextElement>(focused);
+}
+
+bool AtspiFocusedTextReader::focusedIsTerminal()
+{
+    if (!m_ready)
+        return false;
+    AtspiAccessible *focused = findFocusedElement();
+    if (!focused)
+        return false;
+    bool terminal = atspi_accessible_get_role(focused, nullptr) == ATSPI_ROLE_TERMINAL;
+    if (!terminal) {
+        if (AtspiAccessible *app = atspi_accessible_get_application(focused, nullptr)) {
+            gchar *name = atspi_accessible_get_name(app, nullptr);
+            terminal = name && X11KeySynthesizer::terminalClasses().contains(
+                                   QString::fromUtf8(name).toLower());
+            g_free(name);
+            g_object_unref(app);
+        }
+    }
+    g_object_unref(focused);
+    return terminal;
 }

@@ -10,6 +10,9 @@ public:
     AtspiFocusedTextReader();
     std::optional<QString> selectedText() override;
     std::unique_ptr<TextElement> focusedElement() override;
+    // The focused element is a terminal's (by its role or its application's name), for
+    // desktops where the window's class cannot be asked (Wayland).
+    bool focusedIsTerminal();
 
 private:
     bool m_ready = false;

@@ -88,10 +88,10 @@ QList<unsigned char> X11KeySynthesizer::heldKeys(std::initializer_list<unsigned 
     return held;
 }
 
-void X11KeySynthesizer::send(Command command)
+bool X11KeySynthesizer::send(Command command)
 {
     if (!m_display)
-        return;
+        return false;
     const bool terminal = terminalClasses().contains(focusedWindowClass());
     KeyCode key = XKeysymToKeycode(m_display, command == Command::paste ? XK_v : XK_c);
     // A layout without Latin letters (Russian alone, say) has no V: the key where V is on a
@@ -107,7 +107,7 @@ void X11KeySynthesizer::send(Command command)
     const KeyCode control = controlHeld ? 0 : XKeysymToKeycode(m_display, XK_Control_L);
     const KeyCode shift = terminal && !shiftHeld ? XKeysymToKeycode(m_display, XK_Shift_L) : 0;
     if (!control && !controlHeld)
-        return;
+        return false;
     // Any other modifier held would join the keystroke (Ctrl+Alt+C copies nothing, Ctrl+Shift+C
     // opens a browser's inspector): it is let go for the keystroke and pressed again after,
     // in a way the key source knows is ours, so the user's hold goes on.
@@ -133,4 +133,5 @@ void X11KeySynthesizer::send(Command command)
     for (unsigned char code : std::as_const(extra))
         fake(code, true);
     XFlush(m_display);
+    return true;
 }

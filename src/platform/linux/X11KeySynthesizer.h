@@ -22,7 +22,7 @@ public:
 
     static const QStringList &terminalClasses();
 
-    void send(Command command) override;
+    bool send(Command command) override;
     // The WM_CLASS (class part) of the focused window or its nearest ancestor with one.
     QString focusedWindowClass() const;
 

@@ -64,6 +64,18 @@ void X11WindowSystem::showOnEveryWorkspace(quintptr window) const
     XSync(display.get(), False);
 }
 
+void X11WindowSystem::markAsNotification(quintptr window) const
+{
+    const DisplayPtr display = openDisplay();
+    if (!display || !window)
+        return;
+    const Atom type = XInternAtom(display.get(), "_NET_WM_WINDOW_TYPE_NOTIFICATION", False);
+    XChangeProperty(display.get(), Window(window),
+                    XInternAtom(display.get(), "_NET_WM_WINDOW_TYPE", False), XA_ATOM, 32,
+                    PropModeReplace, reinterpret_cast<const unsigned char *>(&type), 1);
+    XSync(display.get(), False);
+}
+
 std::optional<WindowSystem::Pointer> X11WindowSystem::pointer() const
 {
     const DisplayPtr display = openDisplay();

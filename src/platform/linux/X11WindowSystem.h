@@ -9,7 +9,15 @@
 class X11WindowSystem : public WindowSystem
 {
 public:
+    // `unmanagedPanels`: this X server is XWayland on a Wayland desktop.
+    explicit X11WindowSystem(bool unmanagedPanels = false) : m_unmanagedPanels(unmanagedPanels) {}
+
     bool translucencyAvailable() const override;
     void showOnEveryWorkspace(quintptr window) const override;
     std::optional<Pointer> pointer() const override;
+    bool panelsBypassWindowManager() const override { return m_unmanagedPanels; }
+    void markAsNotification(quintptr window) const override;
+
+private:
+    bool m_unmanagedPanels;
 };

@@ -101,7 +101,9 @@ PageScaffold {
                 visible: !AppModel.accessibilityTrusted
                 iconName: "keyboard"
                 title: "Accessibility access"
-                detail: "Required for global hotkeys. Launch with ./run.sh if Ovrin isn't listed."
+                detail: AppModel.desktopName.startsWith("Wayland")
+                        ? "Required for hold-to-talk. The Desktop card below says what to enable."
+                        : "Required for global hotkeys. Launch with ./run.sh if Ovrin isn't listed."
                 onTriggered: AppModel.requestAccessibility()
             }
             SetupRow {
@@ -181,6 +183,59 @@ PageScaffold {
                     }
                     ShortcutBadge {
                         text: shortcutRow.modelData.keys
+                    }
+                }
+            }
+        }
+
+        // How each function reaches this desktop, and what would make it better.
+        Card {
+            objectName: "desktopCard"
+            Layout.fillWidth: true
+            visible: AppModel.desktopRungs.length > 0
+            spacing: 10
+
+            Label {
+                text: "Desktop: " + AppModel.desktopName
+                color: Theme.text
+                font.pointSize: Theme.headingSize
+                font.weight: Font.DemiBold
+            }
+            Repeater {
+                model: AppModel.desktopRungs
+                delegate: RowLayout {
+                    id: rungRow
+                    required property var modelData
+                    objectName: "rung-" + modelData.feature
+                    Layout.fillWidth: true
+                    spacing: 10
+                    ThemedIcon {
+                        Layout.alignment: Qt.AlignTop
+                        iconName: rungRow.modelData.working ? "emblem-ok" : "dialog-warning"
+                        size: 16
+                        color: rungRow.modelData.working ? Theme.accent : Theme.warning
+                    }
+                    ColumnLayout {
+                        Layout.fillWidth: true
+                        spacing: 2
+                        Label {
+                            Layout.fillWidth: true
+                            text: rungRow.modelData.feature + ": " + rungRow.modelData.rung
+                            color: Theme.text
+                            wrapMode: Text.Wrap
+                        }
+                        TextEdit {
+                            Layout.fillWidth: true
+                            visible: text !== ""
+                            text: rungRow.modelData.advice
+                            readOnly: true
+                            selectByMouse: true
+                            wrapMode: TextEdit.Wrap
+                            color: Theme.textSecondary
+                            font.pointSize: Theme.captionSize
+                            selectionColor: Theme.accent
+                            selectedTextColor: Theme.accentText
+                        }
                     }
                 }
             }

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Ovrin.State
 
 // Says exactly what to change when a permission is missing; opened by topic.
 Dialog {
@@ -20,7 +21,19 @@ Dialog {
                 "body": "Read screen captures the display under the pointer through the X server. It works in an X11 session; on Wayland the screen can't be read this way, so log in to an \"on Xorg\" / X11 session to use it."
             }
         })
-    readonly property var entry: texts[topic] || null
+    // A Wayland desktop has its own ways in; Home lists the one each function uses.
+    readonly property var waylandTexts: ({
+            "Privacy_Accessibility": {
+                "title": "Hotkeys on Wayland",
+                "body": "On Wayland, Ovrin sees its hotkeys in one of these ways, best first:\n\n• Keyboards read directly, which also gives Right Ctrl alone: join the input group with\n   sudo usermod -aG input $USER\n   then log out and back in.\n• KDE Plasma's global shortcuts or the desktop portal's, for key combinations.\n• Your desktop's own keyboard shortcuts running \"ovrin toggle\" (on press, and again on release), \"ovrin ask-toggle\" and \"ovrin screen-toggle\".\n\nReading the focused text field needs the accessibility bus: gsettings set org.gnome.desktop.interface toolkit-accessibility true, then log out and back in."
+            },
+            "Privacy_ScreenCapture": {
+                "title": "Screen capture on Wayland",
+                "body": "On Wayland the compositor takes the picture: through grim on sway and other wlroots desktops (sudo apt install grim), or through the desktop's screenshot portal on GNOME and KDE (xdg-desktop-portal with xdg-desktop-portal-gnome or -kde), which asks you the first time."
+            }
+        })
+    readonly property bool wayland: AppModel.desktopName.startsWith("Wayland")
+    readonly property var entry: (wayland && waylandTexts[topic]) || texts[topic] || null
 
     objectName: "privacyHelp"
     onEntryChanged: entry ? open() : close()

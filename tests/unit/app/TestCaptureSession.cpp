@@ -192,6 +192,23 @@ private Q_SLOTS:
         QTRY_COMPARE(rig.historyRequests(), QStringList{"transcripts"});
     }
 
+    void pasteThatCannotBeSent()
+    {
+        // No keystroke reaches the focused application (a desktop without a way to send one):
+        // the transcript stays on the clipboard and the user is told to paste it.
+        Rig rig;
+        rig.setSettings(true, true);
+        rig.keys.delivers = false;
+        rig.backend.transcribeCall.result = "hello world";
+        const QStringList notes = rig.dictate();
+        QVERIFY(notes.contains("clipboard hello world"));
+        const QStringList after = notes.mid(notes.indexOf("keys paste"));
+        QVERIFY2(after.contains("hud error(Copied — press Ctrl+V)"), qPrintable(after.join(u'|')));
+        QVERIFY2(after.contains("status Copied to clipboard ✓"), qPrintable(after.join(u'|')));
+        QVERIFY(rig.log().contains(
+            "Could not send the paste keystroke; the transcript is on the clipboard."));
+    }
+
     void dictationOutcomes_data()
     {
         QTest::addColumn<bool>("pasteAutomatically");

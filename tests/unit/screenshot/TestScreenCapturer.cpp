@@ -1,7 +1,10 @@
 #include "screenshot/ScreenCapturer.h"
 
+#include <QCoro/QCoroTask>
+#include <QGuiApplication>
 #include <QImage>
 #include <QRandomGenerator>
+#include <QScreen>
 #include <QTest>
 
 namespace {
@@ -24,6 +27,24 @@ QImage noise(QSize size)
     return image;
 }
 
+// The desktop's picture (a Wayland compositor's): answers at once or later, or refuses.
+struct FakeGrabber : ScreenGrabber
+{
+    void grab(QRect area, Done done) override
+    {
+        asked.append(area);
+        if (later) {
+            pending = std::move(done);
+            return;
+        }
+        picture ? done(*picture, {}) : done(std::nullopt, QStringLiteral("refused"));
+    }
+    QList<QRect> asked;
+    std::optional<QImage> picture;
+    bool later = false;
+    Done pending;
+};
+
 } // namespace
 
 class TestScreenCapturer : public QObject
@@ -31,6 +52,31 @@ class TestScreenCapturer : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void pictureFromTheDesktop()
+    {
+        FakeGrabber grabber;
+        ScreenCapturer capturer(nullptr, &grabber);
+
+        // Taken at once, of the screen under the pointer, and encoded.
+        grabber.picture = noise(QSize(400, 300));
+        QImage image = decoded(QCoro::waitFor(capturer.captureActiveDisplay(200, 0.8)));
+        QCOMPARE(image.size(), QSize(200, 150));
+        QCOMPARE(grabber.asked, QList<QRect>{QGuiApplication::primaryScreen()->geometry()});
+
+        // The desktop asked the user first: the picture comes later.
+        grabber.later = true;
+        auto task = capturer.captureActiveDisplay(1000, 0.8);
+        QVERIFY(grabber.pending);
+        grabber.pending(noise(QSize(64, 48)), {});
+        image = decoded(QCoro::waitFor(std::move(task)));
+        QCOMPARE(image.size(), QSize(64, 48));
+
+        // Refused: no picture.
+        grabber.later = false;
+        grabber.picture.reset();
+        QVERIFY(!QCoro::waitFor(capturer.captureActiveDisplay(1000, 0.8)));
+    }
+
     void scaledSize_data()
     {
         QTest::addColumn<QSize>("size");

@@ -1,0 +1,142 @@
+#include "platform/evdev/EvdevKeyTable.h"
+
+#include <X11/X.h>
+#include <X11/keysym.h>
+#include <linux/input-event-codes.h>
+
+namespace {
+
+struct Entry
+{
+    int code;
+    unsigned long keysym;
+};
+
+constexpr Entry table[] = {
+    {KEY_ESC, XK_Escape},
+    {KEY_1, XK_1},
+    {KEY_2, XK_2},
+    {KEY_3, XK_3},
+    {KEY_4, XK_4},
+    {KEY_5, XK_5},
+    {KEY_6, XK_6},
+    {KEY_7, XK_7},
+    {KEY_8, XK_8},
+    {KEY_9, XK_9},
+    {KEY_0, XK_0},
+    {KEY_MINUS, XK_minus},
+    {KEY_EQUAL, XK_equal},
+    {KEY_BACKSPACE, XK_BackSpace},
+    {KEY_TAB, XK_Tab},
+    {KEY_Q, XK_q},
+    {KEY_W, XK_w},
+    {KEY_E, XK_e},
+    {KEY_R, XK_r},
+    {KEY_T, XK_t},
+    {KEY_Y, XK_y},
+    {KEY_U, XK_u},
+    {KEY_I, XK_i},
+    {KEY_O, XK_o},
+    {KEY_P, XK_p},
+    {KEY_LEFTBRACE, XK_bracketleft},
+    {KEY_RIGHTBRACE, XK_bracketright},
+    {KEY_ENTER, XK_Return},
+    {KEY_LEFTCTRL, XK_Control_L},
+    {KEY_A, XK_a},
+    {KEY_S, XK_s},
+    {KEY_D, XK_d},
+    {KEY_F, XK_f},
+    {KEY_G, XK_g},
+    {KEY_H, XK_h},
+    {KEY_J, XK_j},
+    {KEY_K, XK_k},
+    {KEY_L, XK_l},
+    {KEY_SEMICOLON, XK_semicolon},
+    {KEY_APOSTROPHE, XK_apostrophe},
+    {KEY_GRAVE, XK_grave},
+    {KEY_LEFTSHIFT, XK_Shift_L},
+    {KEY_BACKSLASH, XK_backslash},
+    {KEY_Z, XK_z},
+    {KEY_X, XK_x},
+    {KEY_C, XK_c},
+    {KEY_V, XK_v},
+    {KEY_B, XK_b},
+    {KEY_N, XK_n},
+    {KEY_M, XK_m},
+    {KEY_COMMA, XK_comma},
+    {KEY_DOT, XK_period},
+    {KEY_SLASH, XK_slash},
+    {KEY_RIGHTSHIFT, XK_Shift_R},
+    {KEY_KPASTERISK, XK_KP_Multiply},
+    {KEY_LEFTALT, XK_Alt_L},
+    {KEY_SPACE, XK_space},
+    {KEY_CAPSLOCK, XK_Caps_Lock},
+    {KEY_F1, XK_F1},
+    {KEY_F2, XK_F2},
+    {KEY_F3, XK_F3},
+    {KEY_F4, XK_F4},
+    {KEY_F5, XK_F5},
+    {KEY_F6, XK_F6},
+    {KEY_F7, XK_F7},
+    {KEY_F8, XK_F8},
+    {KEY_F9, XK_F9},
+    {KEY_F10, XK_F10},
+    {KEY_NUMLOCK, XK_Num_Lock},
+    {KEY_SCROLLLOCK, XK_Scroll_Lock},
+    {KEY_KP7, XK_KP_7},
+    {KEY_KP8, XK_KP_8},
+    {KEY_KP9, XK_KP_9},
+    {KEY_KPMINUS, XK_KP_Subtract},
+    {KEY_KP4, XK_KP_4},
+    {KEY_KP5, XK_KP_5},
+    {KEY_KP6, XK_KP_6},
+    {KEY_KPPLUS, XK_KP_Add},
+    {KEY_KP1, XK_KP_1},
+    {KEY_KP2, XK_KP_2},
+    {KEY_KP3, XK_KP_3},
+    {KEY_KP0, XK_KP_0},
+    {KEY_KPDOT, XK_KP_Decimal},
+    {KEY_102ND, XK_less},
+    {KEY_F11, XK_F11},
+    {KEY_F12, XK_F12},
+    {KEY_KPENTER, XK_KP_Enter},
+    {KEY_RIGHTCTRL, XK_Control_R},
+    {KEY_KPSLASH, XK_KP_Divide},
+    {KEY_SYSRQ, XK_Print},
+    {KEY_RIGHTALT, XK_Alt_R},
+    {KEY_HOME, XK_Home},
+    {KEY_UP, XK_Up},
+    {KEY_PAGEUP, XK_Prior},
+    {KEY_LEFT, XK_Left},
+    {KEY_RIGHT, XK_Right},
+    {KEY_END, XK_End},
+    {KEY_DOWN, XK_Down},
+    {KEY_PAGEDOWN, XK_Next},
+    {KEY_INSERT, XK_Insert},
+    {KEY_DELETE, XK_Delete},
+    {KEY_KPEQUAL, XK_KP_Equal},
+    {KEY_PAUSE, XK_Pause},
+    {KEY_LEFTMETA, XK_Super_L},
+    {KEY_RIGHTMETA, XK_Super_R},
+    {KEY_COMPOSE, XK_Menu},
+    {KEY_HELP, XK_Help},
+    {KEY_F13, XK_F13},
+    {KEY_F14, XK_F14},
+    {KEY_F15, XK_F15},
+    {KEY_F16, XK_F16},
+    {KEY_F17, XK_F17},
+    {KEY_F18, XK_F18},
+    {KEY_F19, XK_F19},
+    {KEY_F20, XK_F20},
+};
+
+} // namespace
+
+unsigned long EvdevKeyTable::keysym(int evdevCode)
+{
+    for (const Entry &entry : table) {
+        if (entry.code == evdevCode)
+            return entry.keysym;
+    }
+    return NoSymbol;
+}
