@@ -1,7 +1,8 @@
 // Key-down to the first captured samples, on the session's own X server and sound server:
 // Right Ctrl (the fn key) goes down through XTest, the X11 key source and the hotkey engine
-// see it, the dictation recorder starts from the hold callback with the pill and the start
-// cue, as a capture session does, and its first block of samples reaches the level handler.
+// see it, the dictation recorder starts when the engine arms the capture (before its chord
+// debounce decides the mode), the pill and the start cue come with the hold, as in a capture
+// session, and the recorder's first block of samples arrives.
 // Prints the median and p95 of the whole path and of each step.
 // Usage: bench_hotkey_latency [repetitions, default 20]   (needs DISPLAY and PulseAudio)
 #include "LatencyRun.h"
@@ -130,12 +131,12 @@ int main(int argc, char *argv[])
     std::optional<double> holdStarted, recorderStarted, firstBlock;
     bool stopped = false;
     QString failure;
-    QObject::connect(&recorder, &AudioRecorder::levelChanged, [&](float level) {
+    QObject::connect(&recorder, &AudioRecorder::samplesCaptured, [&](const QList<float> &) {
         if (!firstBlock)
             firstBlock = clock.now();
-        hud.setLevel(level);
     });
-    QObject::connect(&hotkey, &HotkeyManager::holdStarted, [&](CaptureMode) {
+    QObject::connect(&recorder, &AudioRecorder::levelChanged, &hud, &RecordingHUD::setLevel);
+    QObject::connect(&hotkey, &HotkeyManager::captureArmed, [&] {
         holdStarted = clock.now();
         try {
             recorder.start();
@@ -144,8 +145,15 @@ int main(int argc, char *argv[])
             return;
         }
         recorderStarted = clock.now();
+    });
+    QObject::connect(&hotkey, &HotkeyManager::holdStarted, [&](CaptureMode) {
         hud.show(HUDMode::recording(CaptureMode::paste));
         sounds.play(Sounds::Sound::start);
+    });
+    // Released before the debounce decided: the chord came to nothing, the audio is dropped.
+    QObject::connect(&hotkey, &HotkeyManager::captureDisarmed, [&] {
+        recorder.stop();
+        stopped = true;
     });
     QObject::connect(&hotkey, &HotkeyManager::holdStopped, [&](CaptureMode) {
         hud.hide();
@@ -176,7 +184,7 @@ int main(int argc, char *argv[])
         if (!failure.isEmpty() || !captured) {
             std::fprintf(stderr, "bench_hotkey_latency: %s\n",
                          !failure.isEmpty() ? qPrintable(failure)
-                         : !holdStarted     ? "the hotkey never engaged within 5 s"
+                         : !holdStarted     ? "the hotkey never armed within 5 s"
                                             : "the microphone delivered nothing within 5 s");
             return 1;
         }
@@ -195,12 +203,11 @@ int main(int argc, char *argv[])
 
     LatencyRun::summary("key-down to first captured sample", total);
     LatencyRun::summary("  key source sees the press", seen);
-    LatencyRun::summary("  hotkey engine starts the hold", engaged);
+    LatencyRun::summary("  hotkey engine arms the capture", engaged);
     LatencyRun::summary("  recorder start returns", starting);
     LatencyRun::summary("  first block of samples arrives", filling);
-    std::printf("recorder block: %d frames at %.0f Hz = %.1f ms of audio\n",
-                AudioCapture::blockFrames, recorder.sampleRate(),
-                1000.0 * AudioCapture::blockFrames / recorder.sampleRate());
+    std::printf("recorder block: %.0f ms of audio at %.0f Hz\n",
+                1000.0 * AudioRecorder::blockSeconds, recorder.sampleRate());
 
     std::vector<double> serverFirst;
     qsizetype frames = 0;

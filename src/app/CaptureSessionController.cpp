@@ -103,14 +103,50 @@ void CaptureSessionController::handleHandsFreeStop()
     stopAndTranscribe();
 }
 
+void CaptureSessionController::handleCaptureArmed()
+{
+    if (m_state != SessionState::idle || m_armed)
+        return;
+    // Where the start would refuse, it says why once the mode is known.
+    if (!m_services.auth.signedIn() || m_services.auth.token().isEmpty())
+        return;
+    const auto microphone = m_services.permissions.microphoneAuthorization();
+    if (!m_services.model.micAuthorized() && (microphone == MicrophoneAuthorization::restricted ||
+                                              microphone == MicrophoneAuthorization::denied))
+        return;
+    try {
+        m_services.recorder.start();
+    } catch (...) {
+        return; // the start reports it
+    }
+    m_armed = true;
+    // A hold never decided (the engine stopped meanwhile) must not leave the microphone on.
+    m_armedLimit =
+        m_services.scheduler.schedule(armedLimitSeconds, [this] { handleCaptureDisarmed(); });
+}
+
+void CaptureSessionController::handleCaptureDisarmed()
+{
+    if (!std::exchange(m_armed, false))
+        return;
+    m_armedLimit = {};
+    if (m_state == SessionState::idle)
+        m_services.recorder.stop(); // nobody asked for this audio
+}
+
 void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
 {
     if (m_state != SessionState::idle)
         return;
+    // A recording begun at key-down goes on as this one's start.
+    const bool armed = std::exchange(m_armed, false);
+    m_armedLimit = {};
 
     m_services.corrections.dismiss();
 
     if (!m_services.auth.signedIn() || m_services.auth.token().isEmpty()) {
+        if (armed)
+            m_services.recorder.stop();
         m_services.model.log(QStringLiteral("Not signed in — opening Ovrin to log in."));
         m_services.hud.showError(QStringLiteral("Sign in to Ovrin to use dictation."));
         Q_EMIT signInNeeded();
@@ -121,6 +157,8 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
         const auto status = m_services.permissions.microphoneAuthorization();
         if (status == MicrophoneAuthorization::restricted ||
             status == MicrophoneAuthorization::denied) {
+            if (armed)
+                m_services.recorder.stop();
             m_services.model.log(
                 QStringLiteral("Cannot record: microphone permission not granted."));
             setStatus(QStringLiteral("Microphone access needed"));

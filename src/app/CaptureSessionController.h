@@ -70,7 +70,13 @@ public:
     bool handsFree() const { return m_handsFree; }
     QString askContext() const { return m_askContext; }
 
-    // The hotkey engine's gestures.
+    // How long a recording begun at key-down waits for the hold to be decided.
+    static constexpr double armedLimitSeconds = 1.0;
+
+    // The hotkey engine's gestures. Arming starts the microphone before the chord debounce
+    // decides the mode, so the first syllable is in the take; disarming drops that audio.
+    void handleCaptureArmed();
+    void handleCaptureDisarmed();
     void handleHoldStart(CaptureMode mode);
     void handleHoldStop(CaptureMode mode);
     void handleHandsFreeStart();
@@ -119,6 +125,8 @@ private:
     SessionState m_state = SessionState::idle;
     CancellationToken m_transcribeTask;
     TimerHandle m_watchdog;
+    bool m_armed = false; // the recorder runs for a hold not yet decided
+    TimerHandle m_armedLimit;
     CaptureMode m_captureMode = CaptureMode::paste;
     bool m_handsFree = false;
     QString m_askContext;

@@ -71,6 +71,10 @@ CaptureStack::CaptureStack(PlatformServices platform, AppModel &model, Backend &
     : d(std::make_unique<Components>(platform, model, backend, clock, scheduler))
 {
     CaptureSessionController *controller = &d->controller;
+    QObject::connect(&d->hotkey, &HotkeyManager::captureArmed, controller,
+                     &CaptureSessionController::handleCaptureArmed);
+    QObject::connect(&d->hotkey, &HotkeyManager::captureDisarmed, controller,
+                     &CaptureSessionController::handleCaptureDisarmed);
     QObject::connect(&d->hotkey, &HotkeyManager::holdStarted, controller,
                      &CaptureSessionController::handleHoldStart);
     QObject::connect(&d->hotkey, &HotkeyManager::holdStopped, controller,

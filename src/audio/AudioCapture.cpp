@@ -2,6 +2,8 @@
 
 #include <QAudioSource>
 
+#include <algorithm>
+
 AudioCapture::AudioCapture(QObject *parent) : QObject(parent) {}
 
 AudioCapture::~AudioCapture()
@@ -10,7 +12,7 @@ AudioCapture::~AudioCapture()
         m_source->stop();
 }
 
-bool AudioCapture::start(const QAudioDevice &device, BlockHandler onBlock)
+bool AudioCapture::start(const QAudioDevice &device, BlockHandler onBlock, double blockSeconds)
 {
     stop();
     QAudioFormat format = device.preferredFormat();
@@ -19,6 +21,11 @@ bool AudioCapture::start(const QAudioDevice &device, BlockHandler onBlock)
     // The device's own rate and channels; only the sample type is ours.
     format.setSampleFormat(QAudioFormat::Float);
     auto source = std::make_unique<QAudioSource>(device, format);
+    m_blockFrames = blockFrames;
+    if (blockSeconds > 0) {
+        m_blockFrames = std::max<qsizetype>(1, qsizetype(format.sampleRate() * blockSeconds));
+        source->setBufferSize(int(2 * m_blockFrames * format.bytesPerFrame()));
+    }
     QIODevice *input = source->start();
     if (!input || source->error() != QAudio::NoError)
         return false;
@@ -58,9 +65,9 @@ void AudioCapture::deliver(bool flush)
     qsizetype offset = 0;
     for (;;) {
         const qsizetype available = (m_pending.size() - offset) / frameBytes;
-        if (available < blockFrames && !(flush && available > 0))
+        if (available < m_blockFrames && !(flush && available > 0))
             break;
-        const qsizetype frames = std::min<qsizetype>(blockFrames, available);
+        const qsizetype frames = std::min<qsizetype>(m_blockFrames, available);
         if (m_onBlock)
             m_onBlock(reinterpret_cast<const float *>(m_pending.constData() + offset), frames,
                       m_channels, m_sampleRate);

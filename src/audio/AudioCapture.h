@@ -11,7 +11,8 @@ class QAudioSource;
 class QIODevice;
 
 // Float capture from one input at the device's own rate and channel count, handed on
-// in blocks of 4096 interleaved frames (the last block of a take may be shorter).
+// in blocks of 4096 interleaved frames, or of a given duration (the last block of a take may
+// be shorter).
 class AudioCapture : public QObject
 {
     Q_OBJECT
@@ -23,8 +24,10 @@ public:
     explicit AudioCapture(QObject *parent = nullptr);
     ~AudioCapture() override;
 
-    // False when the device has no usable format or can't be opened.
-    bool start(const QAudioDevice &device, BlockHandler onBlock);
+    // False when the device has no usable format or can't be opened. `blockSeconds`: blocks
+    // of that length instead of `blockFrames`, with the sound server asked for a buffer about
+    // twice as long, so the first samples come that soon after the start.
+    bool start(const QAudioDevice &device, BlockHandler onBlock, double blockSeconds = 0);
     // Hands on what is left, shorter block included, and closes the device.
     void stop();
     bool isRunning() const { return m_source != nullptr; }
@@ -41,4 +44,5 @@ private:
     QByteArray m_pending;
     int m_channels = 1;
     int m_sampleRate = 0;
+    qsizetype m_blockFrames = blockFrames;
 };

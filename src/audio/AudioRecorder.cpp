@@ -28,16 +28,21 @@ void AudioRecorder::start()
     if (m_isRecording)
         return;
     m_samples.clear(); // keeps its capacity for the next take
+    m_levelBlock.clear();
     const auto device = AudioDevices::preferredInput(m_micUID ? m_micUID() : QString());
-    const bool started =
-        device &&
-        m_capture.start(*device, [this](const float *frames, qsizetype count, int channels, int) {
-            const QList<float> mono = MonoMixdown::mixdown(frames, count, channels);
-            m_samples.append(mono);
-            // The short last block only completes the take; the meter is about to rest.
-            if (!m_stopping)
-                Q_EMIT levelChanged(MonoMixdown::level(mono.constData(), mono.size()));
-        });
+    const auto onBlock = [this](const float *frames, qsizetype count, int channels, int) {
+        const QList<float> mono = MonoMixdown::mixdown(frames, count, channels);
+        m_samples.append(mono);
+        Q_EMIT samplesCaptured(mono);
+        // The meter moves at its own pace, whatever the block length; the short last block
+        // only completes the take, as the meter is about to rest.
+        m_levelBlock.append(mono);
+        if (m_stopping || m_levelBlock.size() < levelFrames)
+            return;
+        Q_EMIT levelChanged(MonoMixdown::level(m_levelBlock.constData(), m_levelBlock.size()));
+        m_levelBlock.clear();
+    };
+    const bool started = device && m_capture.start(*device, onBlock, blockSeconds);
     if (!started)
         throw DescribedError(unavailableText());
     m_sampleRate = m_capture.sampleRate();

@@ -10,7 +10,8 @@
 #include <optional>
 
 // Records the microphone while a hotkey is held: mono float samples at the device's
-// own rate, one level per block of 4096 frames, and on stop one WAV in memory. Starting and
+// own rate, taken in 10 ms blocks so the first ones come at once, one level per 4096 frames,
+// and on stop one WAV in memory. Starting and
 // stopping are virtual: the recorder is the seam unit tests fake.
 class AudioRecorder : public QObject
 {
@@ -19,6 +20,9 @@ public:
     using MicUIDProvider = std::function<QString()>;
 
     // `micUID` is asked at every start, so a new choice counts from the next recording.
+    static constexpr double blockSeconds = 0.01;
+    static constexpr qsizetype levelFrames = 4096;
+
     explicit AudioRecorder(MicUIDProvider micUID = {}, QObject *parent = nullptr);
 
     // Throws DescribedError with unavailableText() when no input can be opened. Does
@@ -34,8 +38,10 @@ public:
     static QString unavailableText();
 
 Q_SIGNALS:
-    // The input level of each block; 0 after stop so the meter falls to rest.
+    // The input level of every 4096 frames; 0 after stop so the meter falls to rest.
     void levelChanged(float level);
+    // Each block of the take as it arrives, mono at sampleRate().
+    void samplesCaptured(const QList<float> &mono);
 
 private:
     MicUIDProvider m_micUID;
@@ -44,4 +50,5 @@ private:
     QList<float> m_samples;
     bool m_isRecording = false;
     bool m_stopping = false;
+    QList<float> m_levelBlock; // samples since the last level
 };

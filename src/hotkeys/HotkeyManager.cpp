@@ -103,6 +103,7 @@ void HotkeyManager::stop()
     m_engagedMask = 0;
     m_engagedKeyCode.reset();
     m_handsFreeActive = false;
+    m_armed = false;
     m_prevFnDown = false;
     m_lastFnDownTime.reset();
     m_debounceWork.cancel();
@@ -133,10 +134,19 @@ void HotkeyManager::fire(std::function<void(HotkeyManager &)> call)
 
 void HotkeyManager::engage(CaptureMode mode, Shortcut::Flags mask, std::optional<int> keyCode)
 {
+    m_armed = false; // the hold takes over what the arming began
     m_engaged = mode;
     m_engagedMask = mask;
     m_engagedKeyCode = keyCode;
     fire([mode](HotkeyManager &manager) { Q_EMIT manager.holdStarted(mode); });
+}
+
+void HotkeyManager::disarm()
+{
+    if (!m_armed)
+        return;
+    m_armed = false;
+    fire([](HotkeyManager &manager) { Q_EMIT manager.captureDisarmed(); });
 }
 
 void HotkeyManager::disengage()
@@ -204,6 +214,10 @@ void HotkeyManager::handleFlags(Shortcut::Flags raw)
         });
     if (longerChordPossible) {
         m_debounceWork = m_scheduler.schedule(chordDebounce, [this] { debouncedEngage(); });
+        if (!m_armed) {
+            m_armed = true;
+            fire([](HotkeyManager &manager) { Q_EMIT manager.captureArmed(); });
+        }
         return;
     }
     m_debounceWork.cancel();
@@ -212,8 +226,10 @@ void HotkeyManager::handleFlags(Shortcut::Flags raw)
 
 void HotkeyManager::debouncedEngage()
 {
-    if (m_engaged || m_handsFreeActive)
+    if (m_engaged || m_handsFreeActive) {
+        disarm();
         return;
+    }
     // Whatever is held after the wait decides, not the event that scheduled it.
     const Shortcut::Flags live = m_source.currentModifierFlags() & Shortcut::relevantMask;
     for (const ModifierCandidate &candidate : modifierCandidates()) {
@@ -222,6 +238,7 @@ void HotkeyManager::debouncedEngage()
             return;
         }
     }
+    disarm();
 }
 
 void HotkeyManager::handleFnDown()

@@ -53,6 +53,11 @@ Q_SIGNALS:
     // A double tap of fn, then the next tap.
     void handsFreeStarted();
     void handsFreeStopped();
+    // Keys went down that the chord debounce may yet make a hold: recording can begin now,
+    // so the first syllable is kept. Followed by holdStarted, or by captureDisarmed when the
+    // chord came to nothing.
+    void captureArmed();
+    void captureDisarmed();
 
 private:
     struct ModifierCandidate
@@ -78,6 +83,7 @@ private:
     void debouncedEngage();
     void engage(CaptureMode mode, Shortcut::Flags mask, std::optional<int> keyCode);
     void disengage();
+    void disarm();
     void fire(std::function<void(HotkeyManager &)> call);
     void updateSwallowedCombos();
 
@@ -91,6 +97,7 @@ private:
     Shortcut::Flags m_engagedMask = 0;
     std::optional<int> m_engagedKeyCode;
     bool m_handsFreeActive = false;
+    bool m_armed = false;
     bool m_prevFnDown = false;
     std::optional<double> m_lastFnDownTime;
     TimerHandle m_debounceWork;

@@ -49,6 +49,53 @@ private Q_SLOTS:
         QCOMPARE(rig.hud.state()->level(), 0.25f);
     }
 
+    void recordingBegunAtKeyDown()
+    {
+        // Armed: the microphone runs with nothing shown; the hold then goes on with it.
+        Rig rig;
+        rig.controller.handleCaptureArmed();
+        QCOMPARE(rig.take(), QStringList{"recorder.start"});
+        QCOMPARE(rig.controller.state(), SessionState::idle);
+        rig.controller.handleHoldStart(CaptureMode::paste);
+        QStringList held = rig.take();
+        QVERIFY(held.contains("hud recording(paste)"));
+        QVERIFY(held.contains("cue.start"));
+        // The armed limit does not end a recording under way.
+        rig.scheduler.advance(CaptureSessionController::armedLimitSeconds + 1);
+        QVERIFY(!rig.take().contains("recorder.stop"));
+        QCOMPARE(rig.controller.state(), SessionState::recording);
+
+        // The chord came to nothing: the audio is dropped, nothing is shown or played.
+        Rig discarded;
+        discarded.controller.handleCaptureArmed();
+        discarded.take();
+        discarded.controller.handleCaptureDisarmed();
+        QCOMPARE(discarded.take(), QStringList{"recorder.stop"});
+        QVERIFY(discarded.idle());
+        QVERIFY(discarded.backend.lastWav.isEmpty());
+
+        // Never decided (the engine stopped meanwhile): the microphone goes off by itself.
+        Rig forgotten;
+        forgotten.controller.handleCaptureArmed();
+        forgotten.take();
+        forgotten.scheduler.advance(CaptureSessionController::armedLimitSeconds);
+        QCOMPARE(forgotten.take(), QStringList{"recorder.stop"});
+        forgotten.controller.handleCaptureDisarmed();
+        QCOMPARE(forgotten.take(), QStringList{});
+
+        // Signed out, or a microphone that will not start: nothing begins early; the start
+        // says why once the mode is known.
+        Rig signedOut(false);
+        signedOut.controller.handleCaptureArmed();
+        QCOMPARE(signedOut.take(), QStringList{});
+        Rig broken;
+        broken.recorder.startError = QStringLiteral("No input device");
+        broken.controller.handleCaptureArmed();
+        QCOMPARE(broken.take(), QStringList{"recorder.start"});
+        broken.controller.handleCaptureDisarmed();
+        QCOMPARE(broken.take(), QStringList{});
+    }
+
     void startRefusals_data()
     {
         QTest::addColumn<bool>("signedIn");

@@ -36,9 +36,13 @@ struct Rig
     FakeKeySource source;
     HotkeyManager manager{source, clock, scheduler};
     QStringList events;
+    QStringList armings; // apart, so the gestures read as before
 
     Rig()
     {
+        QObject::connect(&manager, &HotkeyManager::captureArmed, [this] { armings << "armed"; });
+        QObject::connect(&manager, &HotkeyManager::captureDisarmed,
+                         [this] { armings << "disarmed"; });
         QObject::connect(&manager, &HotkeyManager::holdStarted,
                          [this](CaptureMode m) { events << "start " + captureModeName(m); });
         QObject::connect(&manager, &HotkeyManager::holdStopped,
@@ -86,6 +90,50 @@ private Q_SLOTS:
         QCOMPARE(rig.events, QStringList{"start paste"});
         rig.flags(0);
         QCOMPARE(rig.events, (QStringList{"start paste", "stop paste"}));
+    }
+
+    void recordingMayBeginAtKeyDown()
+    {
+        // A tap shorter than the debounce: armed at once, disarmed when the debounce finds
+        // nothing held.
+        Rig rig;
+        rig.flags(fn);
+        QCOMPARE(rig.armings, QStringList{"armed"});
+        rig.wait(0.1);
+        rig.flags(0);
+        QCOMPARE(rig.armings, QStringList{"armed"});
+        rig.wait(0.06);
+        QCOMPARE(rig.armings, (QStringList{"armed", "disarmed"}));
+        QVERIFY(rig.events.isEmpty());
+
+        // Held on: the hold takes the arming over, nothing is disarmed; the chord growing
+        // towards Ask arms once.
+        rig.armings.clear();
+        rig.flags(fn);
+        rig.wait(0.05);
+        rig.flags(fn | ctrl);
+        rig.wait(0.16);
+        QCOMPARE(rig.armings, QStringList{"armed"});
+        QCOMPARE(rig.events, QStringList{"start ask"});
+        rig.flags(0);
+        rig.wait(1);
+        QCOMPARE(rig.armings, QStringList{"armed"});
+
+        // The longest chord engages at once once reached; a combination key never arms.
+        rig.armings.clear();
+        rig.flags(fn);
+        rig.flags(fn | ctrl | opt);
+        QCOMPARE(rig.events.last(), QStringLiteral("start screen"));
+        rig.flags(0);
+        rig.wait(1);
+        QCOMPARE(rig.armings, QStringList{"armed"});
+
+        // Stopping forgets the arming without a word (the session limits its own).
+        rig.armings.clear();
+        rig.flags(fn);
+        rig.manager.stop();
+        rig.wait(1);
+        QCOMPARE(rig.armings, QStringList{"armed"});
     }
 
     void releasingPartOfAChordEndsItWithoutStartingTheShorterOne()
