@@ -198,7 +198,10 @@ void AppDelegate::wireCapture()
 
 void AppDelegate::applyHotkeySetting()
 {
-    d->capture.applyHotkeySetting(SettingsStore::shared().current());
+    const Settings &settings = SettingsStore::shared().current();
+    d->capture.applyHotkeySetting(settings);
+    d->capture.applyWarmMicrophone(settings);
+    updateTrayIcon();
 }
 
 void AppDelegate::settingsChanged()
@@ -377,6 +380,8 @@ void AppDelegate::updateTrayIcon()
         d->statusItem->setIconName(QStringLiteral("microphone"));
     else if (d->sessionState == SessionState::working)
         d->statusItem->setIconName(QStringLiteral("waveform"));
+    else if (d->capture.microphoneWarm())
+        d->statusItem->setIconName(QStringLiteral("microphone-ready"));
     else
         d->statusItem->setIconName(QStringLiteral("microphone-idle"));
 }

@@ -100,6 +100,24 @@ CaptureSessionController &CaptureStack::controller()
     return d->controller;
 }
 
+void CaptureStack::applyWarmMicrophone(const Settings &settings)
+{
+    if (settings.warmMicrophone == d->recorder.isWarm())
+        return;
+    if (d->recorder.setWarm(settings.warmMicrophone))
+        d->model.log(settings.warmMicrophone
+                         ? QStringLiteral("Microphone kept ready between dictations.")
+                         : QStringLiteral("Microphone closed between dictations."));
+    else
+        d->model.log(QStringLiteral("Couldn't keep the microphone ready: ") +
+                     AudioRecorder::unavailableText());
+}
+
+bool CaptureStack::microphoneWarm() const
+{
+    return d->recorder.isWarm();
+}
+
 void CaptureStack::applyHotkeySetting(const Settings &settings)
 {
     for (CaptureMode mode : {CaptureMode::paste, CaptureMode::ask, CaptureMode::screen})

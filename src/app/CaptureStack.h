@@ -27,6 +27,10 @@ public:
 
     // The three shortcuts go to the hotkey engine and their names to the model.
     void applyHotkeySetting(const Settings &settings);
+    // Opens or closes the microphone between takes as the setting says; logs a change, and
+    // says so when the microphone cannot stay open.
+    void applyWarmMicrophone(const Settings &settings);
+    bool microphoneWarm() const;
 
 private:
     struct Components;

@@ -51,6 +51,14 @@ void AudioCapture::stop()
     m_onBlock = {};
 }
 
+void AudioCapture::drain()
+{
+    if (!m_source)
+        return;
+    readAvailable();
+    deliver(true);
+}
+
 void AudioCapture::readAvailable()
 {
     if (!m_input)

@@ -30,6 +30,8 @@ public:
     bool start(const QAudioDevice &device, BlockHandler onBlock, double blockSeconds = 0);
     // Hands on what is left, shorter block included, and closes the device.
     void stop();
+    // Hands on what has arrived, shorter block included, and goes on capturing.
+    void drain();
     bool isRunning() const { return m_source != nullptr; }
     int sampleRate() const { return m_sampleRate; }
     int channels() const { return m_channels; }

@@ -67,6 +67,8 @@ std::optional<Settings> Settings::decode(const QJsonValue &value)
         settings.micUID = v.toString();
     if (const QJsonValue v = object.value(QLatin1String("includeComputerAudio")); v.isBool())
         settings.includeComputerAudio = v.toBool();
+    if (const QJsonValue v = object.value(QLatin1String("warmMicrophone")); v.isBool())
+        settings.warmMicrophone = v.toBool();
     return settings;
 }
 
@@ -81,5 +83,6 @@ QJsonObject Settings::encode() const
         {QStringLiteral("theme"), appThemeName(theme)},
         {QStringLiteral("micUID"), micUID},
         {QStringLiteral("includeComputerAudio"), includeComputerAudio},
+        {QStringLiteral("warmMicrophone"), warmMicrophone},
     };
 }

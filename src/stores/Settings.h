@@ -27,6 +27,8 @@ struct Settings
     QString micUID;
     // Meetings also record what the computer plays.
     bool includeComputerAudio = true;
+    // The microphone stays open between dictations, keeping the last moment before the key.
+    bool warmMicrophone = false;
 
     // The shortcut that starts `mode`.
     const Shortcut &shortcut(CaptureMode mode) const;

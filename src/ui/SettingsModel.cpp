@@ -83,6 +83,16 @@ void SettingsModel::setIncludeComputerAudio(bool on)
     edit([on](Settings &s) { s.includeComputerAudio = on; });
 }
 
+bool SettingsModel::warmMicrophone() const
+{
+    return current().warmMicrophone;
+}
+
+void SettingsModel::setWarmMicrophone(bool on)
+{
+    edit([on](Settings &s) { s.warmMicrophone = on; });
+}
+
 QJsonObject SettingsModel::pushToTalkKey() const
 {
     return current().pushToTalkKey.encode();

@@ -25,6 +25,7 @@ class SettingsModel : public QObject
     Q_PROPERTY(QString micUID READ micUID WRITE setMicUID NOTIFY changed)
     Q_PROPERTY(bool includeComputerAudio READ includeComputerAudio WRITE setIncludeComputerAudio
                    NOTIFY changed)
+    Q_PROPERTY(bool warmMicrophone READ warmMicrophone WRITE setWarmMicrophone NOTIFY changed)
     // Shortcuts as settings.json holds them.
     Q_PROPERTY(QJsonObject pushToTalkKey READ pushToTalkKey WRITE setPushToTalkKey NOTIFY changed)
     Q_PROPERTY(QJsonObject askKey READ askKey WRITE setAskKey NOTIFY changed)
@@ -43,6 +44,8 @@ public:
     void setMicUID(const QString &uid);
     bool includeComputerAudio() const;
     void setIncludeComputerAudio(bool on);
+    bool warmMicrophone() const;
+    void setWarmMicrophone(bool on);
     QJsonObject pushToTalkKey() const;
     void setPushToTalkKey(const QJsonObject &shortcut);
     QJsonObject askKey() const;

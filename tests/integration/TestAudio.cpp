@@ -353,6 +353,38 @@ private Q_SLOTS:
         QVERIFY(!recorder.stop());
     }
 
+    void warmMicrophoneKeepsTheMomentBeforeTheKey()
+    {
+        AudioRecorder recorder([] { return QStringLiteral("testmic"); });
+        QSignalSpy warmth(&recorder, &AudioRecorder::warmChanged);
+        QVERIFY(recorder.setWarm(true));
+        QCOMPARE(warmth.count(), 1);
+        // Speech before the take starts: its last moment is the take's beginning.
+        QProcess player;
+        player.start("paplay", {"-d", "micfeed", m_speech});
+        QVERIFY(player.waitForFinished(10000));
+        QTest::qWait(100);
+        recorder.start();
+        const auto wav = recorder.stop(); // at once: everything in it came before the start
+        QVERIFY(wav);
+        const qsizetype samples = (wav->size() - 44) / 2;
+        QVERIFY2(samples >= 48000 * 0.25 && samples <= 48000 * 0.4,
+                 qPrintable(QString::number(samples)));
+        // Still open after the take; closed when cooled down.
+        QVERIFY(recorder.isWarm());
+        recorder.start();
+        QTest::qWait(200);
+        QVERIFY(recorder.stop());
+        QVERIFY(recorder.setWarm(false));
+        QVERIFY(!recorder.isWarm());
+        QCOMPARE(warmth.count(), 2);
+
+        // Cold again: a take holds only what came after its start.
+        recorder.start();
+        const auto cold = recorder.stop();
+        QVERIFY(!cold || (cold->size() - 44) / 2 < 48000 * 0.1);
+    }
+
     void vanishedDeviceFallsBackToTheDefault()
     {
         AudioRecorder recorder([] { return QStringLiteral("alsa_input.usb-unplugged-00"); });

@@ -208,6 +208,12 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_rig.settings->current().includeComputerAudio);
         QCOMPARE(savedSettings().value("includeComputerAudio").toBool(), false);
 
+        // Off by default: the microphone opens only while a key is held.
+        QVERIFY(!m_rig.settings->current().warmMicrophone);
+        press(MainWindowFixture::findItem(page, "warmMicrophoneSwitch"));
+        QTRY_VERIFY(m_rig.settings->current().warmMicrophone);
+        QCOMPARE(savedSettings().value("warmMicrophone").toBool(), true);
+
         const bool cleanup = m_rig.settings->current().cleanupEnabled;
         press(MainWindowFixture::findItem(page, "cleanupSwitch"));
         QTRY_COMPARE(m_rig.settings->current().cleanupEnabled, !cleanup);

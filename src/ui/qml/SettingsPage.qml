@@ -163,6 +163,16 @@ PageScaffold {
                     onToggled: SettingsModel.includeComputerAudio = checked
                 }
             }
+            SettingRow {
+                title: "Keep the microphone ready"
+                detail: "The microphone stays open between dictations, so the first syllable is never lost. The tray icon shows it; nothing is kept or sent until you hold the key."
+                Switch {
+                    objectName: "warmMicrophoneSwitch"
+                    Accessible.name: "Keep the microphone ready"
+                    checked: SettingsModel.warmMicrophone
+                    onToggled: SettingsModel.warmMicrophone = checked
+                }
+            }
         }
 
         Card {
