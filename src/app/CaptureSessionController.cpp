@@ -1,5 +1,6 @@
 #include "app/CaptureSessionController.h"
 
+#include "app/DictationStream.h"
 #include "audio/AudioRecorder.h"
 #include "audio/Sounds.h"
 #include "core/DescribedError.h"
@@ -217,6 +218,16 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
     }
     m_services.hud.show(HUDMode::recording(mode));
     m_services.sounds.play(Sound::start);
+    if (mode == CaptureMode::paste) {
+        // Decoded while the user speaks; what the key-down or a warm microphone already
+        // caught goes first.
+        m_stream = std::make_shared<DictationStream>(m_services.backend,
+                                                     int(m_services.recorder.sampleRate()),
+                                                     m_services.settings.current().cleanupEnabled);
+        m_stream->append(m_services.recorder.samples());
+        connect(&m_services.recorder, &AudioRecorder::samplesCaptured, m_stream.get(),
+                &DictationStream::append);
+    }
 }
 
 void CaptureSessionController::readAskContext()
@@ -244,7 +255,12 @@ void CaptureSessionController::stopAndTranscribe()
     m_services.sounds.play(Sound::stop);
 
     const std::optional<QByteArray> wav = m_services.recorder.stop();
+    std::shared_ptr<DictationStream> stream = std::exchange(m_stream, {});
+    if (stream)
+        disconnect(&m_services.recorder, nullptr, stream.get(), nullptr);
     if (!wav || wav->isEmpty()) {
+        if (stream)
+            stream->abandon();
         endIdle();
         m_services.model.log(QStringLiteral("No audio captured (empty buffer)."));
         setStatus(QStringLiteral("No audio captured"));
@@ -261,12 +277,13 @@ void CaptureSessionController::stopAndTranscribe()
     m_screenshotTask.reset();
     // The coroutine frame outlives the returned handle; it ends on its own.
     runSession(m_captureMode, *wav, m_services.settings.current(), m_askContext,
-               std::move(screenshot), m_transcribeTask);
+               std::move(screenshot), std::move(stream), m_transcribeTask);
 }
 
 QCoro::Task<void> CaptureSessionController::runSession(CaptureMode mode, QByteArray wav,
                                                        Settings settings, QString askContext,
                                                        std::optional<ScreenshotTask> screenshot,
+                                                       std::shared_ptr<DictationStream> stream,
                                                        CancellationToken token)
 {
     QPointer<CaptureSessionController> self(this);
@@ -274,7 +291,7 @@ QCoro::Task<void> CaptureSessionController::runSession(CaptureMode mode, QByteAr
     try {
         switch (mode) {
         case CaptureMode::paste:
-            co_await runDictation(std::move(wav), std::move(settings), token);
+            co_await runDictation(std::move(wav), std::move(settings), std::move(stream), token);
             break;
         case CaptureMode::ask:
             co_await runAsk(std::move(wav), std::move(askContext), token);
@@ -292,13 +309,30 @@ QCoro::Task<void> CaptureSessionController::runSession(CaptureMode mode, QByteAr
 }
 
 QCoro::Task<void> CaptureSessionController::runDictation(QByteArray wav, Settings settings,
+                                                         std::shared_ptr<DictationStream> stream,
                                                          CancellationToken token)
 {
     QPointer<CaptureSessionController> self(this);
-    const QString raw =
-        co_await m_services.backend.transcribe(std::move(wav), settings.cleanupEnabled, token);
-    if (isGone(self, token))
-        co_return;
+    std::optional<QString> streamed;
+    if (stream) {
+        streamed = co_await stream->finish(token);
+        if (isGone(self, token))
+            co_return;
+        // A server that takes whole files only refuses at once; that is no news.
+        if (!streamed && stream->opened())
+            m_services.model.log(QStringLiteral("Streaming stopped (%1); sending the whole "
+                                                "recording.")
+                                     .arg(stream->problem()));
+    }
+    QString raw;
+    if (streamed) {
+        raw = *streamed;
+    } else {
+        raw =
+            co_await m_services.backend.transcribe(std::move(wav), settings.cleanupEnabled, token);
+        if (isGone(self, token))
+            co_return;
+    }
     const QString text = Text::trimmed(raw);
     deliverTranscript(text, settings);
     if (text.isEmpty())

@@ -54,6 +54,8 @@ struct CaptureServices
 // a watchdog, and delivers the result (pasted, copied, or streamed as an answer). At most one
 // session exists at a time; every failure ends idle with one log line, one status line and
 // one HUD error.
+class DictationStream;
+
 class CaptureSessionController : public QObject
 {
     Q_OBJECT
@@ -112,8 +114,10 @@ private:
 
     QCoro::Task<void> runSession(CaptureMode mode, QByteArray wav, Settings settings,
                                  QString askContext, std::optional<ScreenshotTask> screenshot,
-                                 CancellationToken token);
-    QCoro::Task<void> runDictation(QByteArray wav, Settings settings, CancellationToken token);
+                                 std::shared_ptr<DictationStream> stream, CancellationToken token);
+    QCoro::Task<void> runDictation(QByteArray wav, Settings settings,
+                                   std::shared_ptr<DictationStream> stream,
+                                   CancellationToken token);
     QCoro::Task<void> runAsk(QByteArray wav, QString askContext, CancellationToken token);
     QCoro::Task<void> runScreen(QByteArray wav, std::optional<ScreenshotTask> screenshot,
                                 CancellationToken token);
@@ -131,4 +135,6 @@ private:
     bool m_handsFree = false;
     QString m_askContext;
     std::optional<ScreenshotTask> m_screenshotTask;
+    // A dictation's audio going up while the key is held.
+    std::shared_ptr<DictationStream> m_stream;
 };

@@ -33,6 +33,8 @@ public:
     // The take as WAV, or nothing when not recording or nothing was captured.
     virtual std::optional<QByteArray> stop();
     bool isRecording() const { return m_isRecording; }
+    // The take so far, mono at sampleRate().
+    const QList<float> &samples() const { return m_samples; }
     // Warm: the microphone stays open between takes, and each take begins with the last
     // preRollSeconds before its start. False when the input cannot be opened; the recorder
     // is then cold and each start opens it, as usual.

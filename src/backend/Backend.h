@@ -75,6 +75,17 @@ public:
     virtual QCoro::Task<QString> transcribe(QByteArray wav, bool cleanup,
                                             CancellationToken cancel = {});
     static QByteArray transcribeBody(MultipartBody &body, const QByteArray &wav, bool cleanup);
+    // A transcription streamed while the key is held: opened with the take's rate, fed
+    // 16-bit mono chunks in order (`seq` from 0; a repeat is ignored by the server), finished
+    // for the text. A server that can only take whole files refuses to open one.
+    virtual QCoro::Task<QString> openTranscriptionStream(int sampleRate, bool cleanup,
+                                                         CancellationToken cancel = {});
+    virtual QCoro::Task<void> sendTranscriptionAudio(QString stream, int seq, QByteArray pcm16,
+                                                     CancellationToken cancel = {});
+    virtual QCoro::Task<QString> finishTranscriptionStream(QString stream,
+                                                           CancellationToken cancel = {});
+    // Tells the server to forget it; never throws, nothing waits for it.
+    virtual void dropTranscriptionStream(QString stream);
     virtual QCoro::Task<QString> ask(QString question, QString context, QStringList apps,
                                      DeltaHandler onDelta, ActionHandler onAction,
                                      CancellationToken cancel = {});

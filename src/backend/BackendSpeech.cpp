@@ -36,6 +36,54 @@ QCoro::Task<QString> Backend::transcribe(QByteArray wav, bool cleanup, Cancellat
     co_return text.toString();
 }
 
+QCoro::Task<QString> Backend::openTranscriptionStream(int sampleRate, bool cleanup,
+                                                      CancellationToken cancel)
+{
+    BackendRequest request = makeRequest(QStringLiteral("transcribe/stream"), "POST");
+    setJsonBody(request, QJsonObject{{QStringLiteral("sampleRate"), sampleRate},
+                                     {QStringLiteral("cleanup"), cleanup}});
+    const QJsonObject reply = co_await send(std::move(request), std::move(cancel));
+    const QJsonValue stream = reply.value(QLatin1String("stream"));
+    if (!stream.isString() || stream.toString().isEmpty())
+        throw BackendError::badResponse();
+    co_return stream.toString();
+}
+
+QCoro::Task<void> Backend::sendTranscriptionAudio(QString stream, int seq, QByteArray pcm16,
+                                                  CancellationToken cancel)
+{
+    BackendRequest request = makeRequest(
+        QStringLiteral("transcribe/stream/%1/audio?seq=%2").arg(stream).arg(seq), "POST");
+    request.request.setHeader(QNetworkRequest::ContentTypeHeader,
+                              QByteArrayLiteral("application/octet-stream"));
+    request.body = std::move(pcm16);
+    co_await send(std::move(request), std::move(cancel));
+}
+
+QCoro::Task<QString> Backend::finishTranscriptionStream(QString stream, CancellationToken cancel)
+{
+    BackendRequest request =
+        makeRequest(QStringLiteral("transcribe/stream/%1/finish").arg(stream), "POST");
+    request.setTimeoutSeconds(60);
+    const QJsonObject reply = co_await send(std::move(request), std::move(cancel));
+    const QJsonValue text = reply.value(QLatin1String("text"));
+    if (!text.isString())
+        throw BackendError::badResponse();
+    co_return text.toString();
+}
+
+void Backend::dropTranscriptionStream(QString stream)
+{
+    [](Backend *backend, QString stream) -> QCoro::Task<void> {
+        try {
+            co_await backend->sendIgnoringResult(QStringLiteral("transcribe/stream/%1").arg(stream),
+                                                 "DELETE");
+        } catch (...) {
+            // The server forgets idle streams by itself.
+        }
+    }(this, std::move(stream));
+}
+
 QCoro::Task<QString> Backend::ask(QString question, QString context, QStringList apps,
                                   DeltaHandler onDelta, ActionHandler onAction,
                                   CancellationToken cancel)

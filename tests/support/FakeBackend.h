@@ -63,6 +63,34 @@ public:
         note("backend.askImage " + question + " | " + QString::fromUtf8(jpeg));
         co_return co_await play(askCall, onDelta, {});
     }
+    // Streaming: refused at once unless `streaming`, as a server that takes whole files only.
+    QCoro::Task<QString> openTranscriptionStream(int sampleRate, bool cleanup,
+                                                 CancellationToken) override
+    {
+        if (!streaming)
+            throw DescribedError(QStringLiteral("Streaming needs the built-in engine."));
+        note(QStringLiteral("backend.stream.open %1%2")
+                 .arg(sampleRate)
+                 .arg(cleanup ? QStringLiteral(" cleanup") : QString()));
+        co_return QStringLiteral("s1");
+    }
+    QCoro::Task<void> sendTranscriptionAudio(QString, int seq, QByteArray pcm16,
+                                             CancellationToken) override
+    {
+        note(QStringLiteral("backend.stream.audio %1 %2").arg(seq).arg(pcm16.size()));
+        streamedBytes += pcm16.size();
+        if (audioError)
+            throw DescribedError(*audioError);
+        co_return;
+    }
+    QCoro::Task<QString> finishTranscriptionStream(QString, CancellationToken token) override
+    {
+        note("backend.stream.finish");
+        token.onCancel([this] { note("backend.cancelled"); });
+        co_return co_await play(streamCall, {}, {});
+    }
+    void dropTranscriptionStream(QString) override { note("backend.stream.drop"); }
+
     QCoro::Task<void> addHistory(QString kind, QString text) override
     {
         note("backend.addHistory " + kind + " | " + text);
@@ -74,6 +102,10 @@ public:
     Gate gate;
     ScriptedCall transcribeCall{"hello world"};
     ScriptedCall askCall{"the answer"};
+    bool streaming = false;
+    ScriptedCall streamCall{"streamed words"};
+    std::optional<QString> audioError;
+    qsizetype streamedBytes = 0;
     std::optional<QString> historyError;
     QByteArray lastWav;
     bool reachable = true;

@@ -239,6 +239,67 @@ private Q_SLOTS:
         QTRY_COMPARE(rig.historyRequests(), QStringList{"transcripts"});
     }
 
+    void dictationStreamedWhileHeld()
+    {
+        // The key-down's audio goes first, then 200 ms chunks as they fill; at release the
+        // rest, then the text: the whole take is never uploaded.
+        Rig rig;
+        rig.setSettings(true, true);
+        rig.backend.streaming = true;
+        rig.controller.handleHoldStart(CaptureMode::paste);
+        QVERIFY(rig.take().contains("backend.stream.open 16000 cleanup"));
+        const QList<float> block(1600, 0.25f); // 100 ms at 16 kHz
+        QStringList notes;
+        Q_EMIT rig.recorder.samplesCaptured(block);
+        QTest::qWait(20);
+        QVERIFY(!(notes << rig.take()).contains("backend.stream.audio 0 6400"));
+        Q_EMIT rig.recorder.samplesCaptured(block);
+        QTRY_VERIFY((notes << rig.take()).contains("backend.stream.audio 0 6400"));
+        Q_EMIT rig.recorder.samplesCaptured(block);
+        rig.controller.handleHoldStop(CaptureMode::paste);
+        QTRY_VERIFY((notes << rig.take()).contains("clipboard streamed words"));
+        rig.scheduler.advance(Paster::pasteDelay);
+        notes << rig.take();
+        QVERIFY2(notes.contains("backend.stream.audio 1 3200"), qPrintable(notes.join(u'|')));
+        QVERIFY(notes.contains("backend.stream.finish"));
+        QVERIFY(!notes.contains("backend.transcribe cleanup"));
+        QVERIFY(notes.contains("clipboard streamed words"));
+        QVERIFY(notes.contains("keys paste"));
+        QCOMPARE(rig.backend.streamedBytes, 9600);
+        QVERIFY(rig.idle());
+    }
+
+    void streamFailureSendsTheWholeTake_data()
+    {
+        QTest::addColumn<bool>("audioFails");
+        QTest::newRow("a chunk is refused") << true;
+        QTest::newRow("the text never comes") << false;
+    }
+    void streamFailureSendsTheWholeTake()
+    {
+        QFETCH(bool, audioFails);
+        Rig rig;
+        rig.setSettings(false, true);
+        rig.backend.streaming = true;
+        if (audioFails)
+            rig.backend.audioError = QStringLiteral("Backend error 500: lost");
+        else
+            rig.backend.streamCall.error = QStringLiteral("Backend error 502: gone");
+        rig.controller.handleHoldStart(CaptureMode::paste);
+        Q_EMIT rig.recorder.samplesCaptured(QList<float>(3200, 0.25f));
+        rig.controller.handleHoldStop(CaptureMode::paste);
+        QStringList notes, log;
+        QTRY_VERIFY((log << rig.log(), notes << rig.take()).contains("clipboard hello world"));
+        // Nothing lost: the recorder's whole take goes the old way.
+        QVERIFY2(notes.contains("backend.transcribe"), qPrintable(notes.join(u'|')));
+        QCOMPARE(rig.backend.lastWav, QByteArray("RIFF-take"));
+        QVERIFY(notes.contains("backend.stream.drop")); // the server need not keep it
+        const QString why = audioFails ? "Backend error 500: lost" : "Backend error 502: gone";
+        QVERIFY2(log.contains("Streaming stopped (" + why + "); sending the whole recording."),
+                 qPrintable(log.join(u'\n')));
+        QVERIFY(rig.idle());
+    }
+
     void pasteThatCannotBeSent()
     {
         // No keystroke reaches the focused application (a desktop without a way to send one):

@@ -111,6 +111,40 @@ private Q_SLOTS:
         QVERIFY(boundaryOf(rig.server.lastRequest()) != boundary);
     }
 
+    void transcriptionStream()
+    {
+        BackendRig rig;
+        rig.server.on("POST", "/transcribe/stream").json({{"stream", "ab12"}});
+        rig.server.on("POST", "/transcribe/stream/ab12/audio").json({{"received", 2}});
+        rig.server.on("POST", "/transcribe/stream/ab12/finish").json({{"text", "streamed"}});
+        rig.server.on("DELETE", "/transcribe/stream/ab12").status(204);
+
+        const auto opened = rig.run(rig.backend.openTranscriptionStream(48000, true));
+        VERIFY_SUCCEEDED(opened);
+        QCOMPARE(*opened.value, QStringLiteral("ab12"));
+        QCOMPARE(QJsonDocument::fromJson(rig.server.lastRequest().body).object(),
+                 (QJsonObject{{"sampleRate", 48000}, {"cleanup", true}}));
+
+        const QByteArray pcm("\x01\x00\xff\x7f", 4);
+        VERIFY_SUCCEEDED(rig.run(rig.backend.sendTranscriptionAudio("ab12", 3, pcm)));
+        const FakeRequest audio = rig.server.lastRequest();
+        QCOMPARE(audio.target, QStringLiteral("/transcribe/stream/ab12/audio?seq=3"));
+        QCOMPARE(audio.header("Content-Type"), QByteArray("application/octet-stream"));
+        QCOMPARE(audio.body, pcm);
+
+        const auto finished = rig.run(rig.backend.finishTranscriptionStream("ab12"));
+        VERIFY_SUCCEEDED(finished);
+        QCOMPARE(*finished.value, QStringLiteral("streamed"));
+
+        rig.backend.dropTranscriptionStream("ab12");
+        QTRY_COMPARE(rig.server.lastRequest().method, QByteArray("DELETE"));
+        QCOMPARE(rig.server.lastRequest().target, QStringLiteral("/transcribe/stream/ab12"));
+
+        // An answer without its stream or text is a bad response, not an empty stream.
+        rig.server.on("POST", "/transcribe/stream").json({{"id", "ab12"}});
+        QVERIFY(!rig.run(rig.backend.openTranscriptionStream(16000, false)).value);
+    }
+
     void askImage_data()
     {
         QTest::addColumn<QString>("question");
