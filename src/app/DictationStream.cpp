@@ -74,10 +74,10 @@ void DictationStream::pump()
         QByteArray chunk = m_pending.left(bytes);
         m_pending.remove(0, bytes);
         m_busy = true;
-        sendChunk(std::move(chunk), m_seq++);
+        step(std::move(chunk), m_seq++);
     } else if (m_finishing) {
         m_busy = true;
-        finishOnServer();
+        step(std::nullopt, m_seq);
     }
 }
 
@@ -99,14 +99,18 @@ QCoro::Task<void> DictationStream::open(int sampleRate, bool cleanup)
     pump();
 }
 
-QCoro::Task<void> DictationStream::sendChunk(QByteArray chunk, int seq)
+QCoro::Task<void> DictationStream::step(std::optional<QByteArray> chunk, int seq)
 {
     QPointer<DictationStream> self(this);
     Backend &backend = m_backend;
     const QString stream = m_stream;
     const CancellationToken cancel = m_cancel;
+    std::optional<QString> text;
     try {
-        co_await backend.sendTranscriptionAudio(stream, seq, std::move(chunk), cancel);
+        if (chunk)
+            co_await backend.sendTranscriptionAudio(stream, seq, std::move(*chunk), cancel);
+        else
+            text = co_await backend.finishTranscriptionStream(stream, cancel);
     } catch (...) {
         if (self)
             fail(DescribedError::describe(std::current_exception()));
@@ -114,26 +118,11 @@ QCoro::Task<void> DictationStream::sendChunk(QByteArray chunk, int seq)
     if (!self)
         co_return;
     m_busy = false;
-    pump();
-}
-
-QCoro::Task<void> DictationStream::finishOnServer()
-{
-    QPointer<DictationStream> self(this);
-    Backend &backend = m_backend;
-    const QString stream = m_stream;
-    const CancellationToken cancel = m_cancel;
-    try {
-        QString text = co_await backend.finishTranscriptionStream(stream, cancel);
-        if (self)
-            m_text = std::move(text);
-    } catch (...) {
-        if (self)
-            fail(DescribedError::describe(std::current_exception()));
-    }
-    if (!self)
+    if (chunk) {
+        pump();
         co_return;
-    m_busy = false;
+    }
+    m_text = std::move(text);
     // The server forgets a finished stream by itself.
     if (m_problem.isEmpty())
         m_stream.clear();

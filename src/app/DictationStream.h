@@ -42,8 +42,8 @@ Q_SIGNALS:
 
 private:
     QCoro::Task<void> open(int sampleRate, bool cleanup);
-    QCoro::Task<void> sendChunk(QByteArray chunk, int seq);
-    QCoro::Task<void> finishOnServer();
+    // Sends a chunk, or without one asks for the text.
+    QCoro::Task<void> step(std::optional<QByteArray> chunk, int seq);
     // Starts the next call when none is under way: a chunk, or at the end the text.
     void pump();
     void fail(const QString &problem);

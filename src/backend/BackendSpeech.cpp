@@ -10,6 +10,19 @@
 
 #include <memory>
 
+namespace {
+
+// The text of a transcription answer; an answer without one is malformed.
+QString transcriptOf(const QJsonObject &reply)
+{
+    const QJsonValue text = reply.value(QLatin1String("text"));
+    if (!text.isString())
+        throw BackendError::badResponse();
+    return text.toString();
+}
+
+} // namespace
+
 QByteArray Backend::transcribeBody(MultipartBody &body, const QByteArray &wav, bool cleanup)
 {
     body.reserve(wav.size());
@@ -30,10 +43,7 @@ QCoro::Task<QString> Backend::transcribe(QByteArray wav, bool cleanup, Cancellat
     request.setTimeoutSeconds(60);
 
     const QJsonObject reply = co_await send(std::move(request), std::move(cancel));
-    const QJsonValue text = reply.value(QLatin1String("text"));
-    if (!text.isString())
-        throw BackendError::badResponse();
-    co_return text.toString();
+    co_return transcriptOf(reply);
 }
 
 QCoro::Task<QString> Backend::openTranscriptionStream(int sampleRate, bool cleanup,
@@ -66,10 +76,7 @@ QCoro::Task<QString> Backend::finishTranscriptionStream(QString stream, Cancella
         makeRequest(QStringLiteral("transcribe/stream/%1/finish").arg(stream), "POST");
     request.setTimeoutSeconds(60);
     const QJsonObject reply = co_await send(std::move(request), std::move(cancel));
-    const QJsonValue text = reply.value(QLatin1String("text"));
-    if (!text.isString())
-        throw BackendError::badResponse();
-    co_return text.toString();
+    co_return transcriptOf(reply);
 }
 
 void Backend::dropTranscriptionStream(QString stream)
