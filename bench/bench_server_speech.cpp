@@ -1,5 +1,6 @@
 // Figures for ovrin-server's offline speech: recognition speed and accuracy on flite's voice,
-// resampling, reading a long meeting file, finding speech in it, and cleanup.
+// the wait after a streamed dictation, resampling, reading a long meeting file, finding speech
+// in it, and cleanup.
 #include "SpeakerClustering.h"
 #include "SpeechReference.h"
 #include "SphinxTranscriber.h"
@@ -125,6 +126,53 @@ BENCHMARK(offlineTranscription)
     ->Args({2, 48000})
     ->Unit(benchmark::kSecond)
     ->Iterations(1);
+
+// A dictation of about ten seconds (four of flite's sentences): the wait from the key's release
+// to the text, when the audio was streamed to the recogniser in 200 ms chunks while it was
+// spoken (the last chunk and the tail are left), against recognising the whole recording then.
+// "ms per chunk" is what each chunk's request spends decoding while the key is held.
+void dictationAfterRelease(benchmark::State &state)
+{
+    if (!SphinxTranscriber::available())
+        return state.SkipWithError("no pocketsphinx model");
+    const std::vector<MonoAudio> parts = spokenSentences("");
+    if (parts.empty())
+        return state.SkipWithError("flite or sox failed");
+    MonoAudio audio;
+    for (std::size_t i = 0; i < 4; ++i)
+        audio.samples.insert(audio.samples.end(), parts[i].samples.begin(), parts[i].samples.end());
+    const bool streamed = state.range(0) == 1;
+    state.SetLabel(std::to_string(audio.seconds()).substr(0, 4) + " s " +
+                   (streamed ? "streamed in 200 ms chunks" : "uploaded whole"));
+    const std::size_t chunk = 16000 / 5;
+    const std::size_t lastChunk = (audio.samples.size() - 1) / chunk * chunk;
+    double chunkSeconds = 0;
+    std::size_t chunks = 0;
+    std::string streamedText, wholeText;
+    for (auto _ : state) {
+        if (!streamed) {
+            wholeText = transcriber().transcribe(audio, {});
+            continue;
+        }
+        state.PauseTiming();
+        const auto stream = transcriber().openStream({});
+        for (std::size_t at = 0; at < lastChunk; at += chunk) {
+            const auto start = std::chrono::steady_clock::now();
+            stream->feed(audio.samples.data() + at, chunk);
+            chunkSeconds +=
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            ++chunks;
+        }
+        state.ResumeTiming();
+        stream->feed(audio.samples.data() + lastChunk, audio.samples.size() - lastChunk);
+        streamedText = stream->finish();
+    }
+    if (streamed) {
+        state.counters["ms per chunk"] = 1000.0 * chunkSeconds / double(chunks);
+        state.counters["same text"] = streamedText == transcriber().transcribe(audio, {}) ? 1 : 0;
+    }
+}
+BENCHMARK(dictationAfterRelease)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 // A minute of 48 kHz audio to 16 kHz.
 void resample48kTo16k(benchmark::State &state)

@@ -17,6 +17,7 @@
 
 #include <httplib.h>
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -37,6 +38,29 @@ std::string field(const httplib::Request &request, const char *name)
     return request.has_file(name) ? request.get_file_value(name).content : std::string();
 }
 
+std::vector<std::string> words(const std::vector<VocabularyTerm> &terms)
+{
+    std::vector<std::string> out;
+    for (const auto &term : terms)
+        out.push_back(term.term);
+    return out;
+}
+
+// A route answering JSON, with refusals as their statuses.
+template <typename Handler> auto jsonReply(Handler handler)
+{
+    return [handler](const httplib::Request &request, httplib::Response &response) {
+        try {
+            RequestBody::send(response, 200, handler(request));
+        } catch (const HttpError &error) {
+            RequestBody::send(response, error.status(), {{"error", error.what()}});
+        } catch (const std::exception &error) {
+            RequestBody::send(response, 500,
+                              {{"error", std::string("Server error: ") + error.what()}});
+        }
+    };
+}
+
 } // namespace
 
 AssistantRoutes::AssistantRoutes(Database &database, std::mutex &databaseLock,
@@ -46,17 +70,9 @@ AssistantRoutes::AssistantRoutes(Database &database, std::mutex &databaseLock,
 
 void AssistantRoutes::addTo(httplib::Server &server)
 {
-    server.Post(
-        "/transcribe", [this](const httplib::Request &request, httplib::Response &response) {
-            try {
-                response.set_content(transcribe(request).dump(), "application/json");
-            } catch (const HttpError &error) {
-                RequestBody::send(response, error.status(), {{"error", error.what()}});
-            } catch (const std::exception &error) {
-                RequestBody::send(response, 500,
-                                  {{"error", std::string("Server error: ") + error.what()}});
-            }
-        });
+    server.Post("/transcribe",
+                jsonReply([this](const httplib::Request &request) { return transcribe(request); }));
+    addStreamRoutes(server);
     server.Post("/ask", [this](const httplib::Request &request, httplib::Response &response) {
         answer(request, response, [this](const httplib::Request &r) { return planAsk(r); });
     });
@@ -83,27 +99,83 @@ void AssistantRoutes::record(const std::string &user, const std::string &questio
     data.addHistory("answer", answer);
 }
 
+std::vector<VocabularyTerm> AssistantRoutes::vocabulary(const std::string &user)
+{
+    std::lock_guard lock(m_lock);
+    return UserData(m_database, user).vocabulary();
+}
+
 json AssistantRoutes::transcribe(const httplib::Request &request)
 {
     const std::string user = signedIn(request);
     if (!request.has_file("file"))
         throw HttpError(400, "Missing the recording (multipart field \"file\").");
-    std::vector<VocabularyTerm> terms;
-    {
-        std::lock_guard lock(m_lock);
-        terms = UserData(m_database, user).vocabulary();
-    }
+    DictationStreams::Dictation how{field(request, "cleanup") == "true", vocabulary(user)};
     MonoAudio audio = WavAudio::decode(request.get_file_value("file").content);
     if (audio.sampleRate != 16000)
         audio = WavAudio::resample(audio, 16000);
-    std::vector<std::string> vocabulary;
-    for (const auto &term : terms)
-        vocabulary.push_back(term.term);
+    return dictated(m_engines.transcriber().transcribe(audio, words(how.terms)), how);
+}
 
-    std::string text = m_engines.transcriber().transcribe(audio, vocabulary);
-    if (field(request, "cleanup") == "true")
-        text = cleanup(text);
-    return {{"text", DictionaryRewriter(terms).rewrite(text)}};
+json AssistantRoutes::dictated(const std::string &heard, const DictationStreams::Dictation &how)
+{
+    const std::string text = how.cleanup ? cleanup(heard) : heard;
+    return {{"text", DictionaryRewriter(how.terms).rewrite(text)}};
+}
+
+void AssistantRoutes::addStreamRoutes(httplib::Server &server)
+{
+    server.Post("/transcribe/stream",
+                jsonReply([this](const httplib::Request &request) { return openStream(request); }));
+    server.Post(
+        R"(/transcribe/stream/([^/]+)/audio)",
+        jsonReply([this](const httplib::Request &request) { return appendToStream(request); }));
+    server.Post(
+        R"(/transcribe/stream/([^/]+)/finish)", jsonReply([this](const httplib::Request &request) {
+            const std::string user = signedIn(request);
+            const DictationStreams::Finished finished = m_streams.finish(user, request.matches[1]);
+            return dictated(finished.text, finished.dictation);
+        }));
+    server.Delete(R"(/transcribe/stream/([^/]+))",
+                  jsonReply([this](const httplib::Request &request) {
+                      m_streams.drop(signedIn(request), request.matches[1]);
+                      return json::object();
+                  }));
+}
+
+json AssistantRoutes::openStream(const httplib::Request &request)
+{
+    const std::string user = signedIn(request);
+    const json body = RequestBody::json(request);
+    const auto rate = body.find("sampleRate");
+    if (rate == body.end() || !rate->is_number_integer())
+        throw HttpError(400, "Missing \"sampleRate\" (a whole number of samples per second).");
+    const auto clean = body.find("cleanup");
+    if (clean != body.end() && !clean->is_boolean())
+        throw HttpError(400, "\"cleanup\" must be true or false.");
+    DictationStreams::Dictation how{clean != body.end() && clean->get<bool>(), vocabulary(user)};
+    const std::vector<std::string> vocabularyWords = words(how.terms);
+    // Narrowed without overflow: a rate out of range stays out of range, and is refused.
+    const int sampleRate =
+        int(std::clamp<long long>(rate->get<long long>(), DictationStreams::minSampleRate - 1,
+                                  DictationStreams::maxSampleRate + 1));
+    const std::string id = m_streams.create(user, sampleRate, std::move(how), [&] {
+        return m_engines.transcriber().openStream(vocabularyWords);
+    });
+    return {{"stream", id}};
+}
+
+json AssistantRoutes::appendToStream(const httplib::Request &request)
+{
+    const std::string user = signedIn(request);
+    // A body sent without a length is only measured once read.
+    if (request.body.size() > DictationStreams::maxChunkBytes)
+        throw HttpError(413, "Request too large: audio chunks are limited to 2 MiB.");
+    const std::string seq = request.get_param_value("seq");
+    if (seq.empty() || seq.size() > 18 || seq.find_first_not_of("0123456789") != std::string::npos)
+        throw HttpError(400, "Missing \"seq\" (the chunk's number, from 0).");
+    return {
+        {"received", m_streams.append(user, request.matches[1], std::stoll(seq), request.body)}};
 }
 
 std::vector<ChatModel::Message> AssistantRoutes::cleanupConversation(const std::string &text)

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "ChatModel.h"
+#include "DictationStreams.h"
 #include "IntentReply.h"
+#include "VocabularyTerm.h"
 
 #include <nlohmann/json.hpp>
 
@@ -23,7 +25,8 @@ struct Response;
 
 // Dictation, questions and questions about the screen. Recognition and language models run
 // without the database lock, so a slow answer never stalls the other routes; answers stream as
-// one JSON object per line.
+// one JSON object per line. Dictation comes as a whole recording or streamed while it is
+// spoken; both end in the same text.
 class AssistantRoutes
 {
 public:
@@ -47,6 +50,13 @@ private:
     using Planner = std::function<Plan(const httplib::Request &)>;
 
     nlohmann::json transcribe(const httplib::Request &request);
+    void addStreamRoutes(httplib::Server &server);
+    nlohmann::json openStream(const httplib::Request &request);
+    nlohmann::json appendToStream(const httplib::Request &request);
+    // What the recogniser heard becomes the dictated text: cleanup when asked, then the user's
+    // spellings.
+    nlohmann::json dictated(const std::string &heard, const DictationStreams::Dictation &how);
+    std::vector<VocabularyTerm> vocabulary(const std::string &user);
     std::string cleanup(const std::string &text);
     Plan planAsk(const httplib::Request &request);
     Plan planAskImage(const httplib::Request &request);
@@ -61,4 +71,5 @@ private:
     std::mutex &m_lock;
     AccountService &m_accounts;
     Engines &m_engines;
+    DictationStreams m_streams;
 };

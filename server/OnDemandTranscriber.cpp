@@ -19,6 +19,12 @@ std::string OnDemandTranscriber::transcribe(const MonoAudio &audio,
     return engine().transcribe(audio, vocabulary);
 }
 
+std::unique_ptr<TranscriptionStream>
+OnDemandTranscriber::openStream(const std::vector<std::string> &vocabulary)
+{
+    return engine().openStream(vocabulary);
+}
+
 std::string OnDemandTranscriber::description() const
 {
     return m_description;

@@ -19,6 +19,8 @@ public:
 
     std::string transcribe(const MonoAudio &audio,
                            const std::vector<std::string> &vocabulary) override;
+    std::unique_ptr<TranscriptionStream>
+    openStream(const std::vector<std::string> &vocabulary) override;
     std::string description() const override;
 
 private:

@@ -50,13 +50,19 @@ ServerApp::ServerApp(const std::string &dataDirectory, ServerConfig config)
             std::strtoull(request.get_header_value("Content-Length").c_str(), nullptr, 10);
         const bool upload = request.method == "PUT" && request.path.rfind("/uploads/", 0) == 0;
         const bool multipart = request.get_header_value("Content-Type").rfind("multipart/", 0) == 0;
-        const std::size_t limit = upload      ? maxUploadBytes
-                                  : multipart ? maxMultipartBytes
-                                              : maxJsonBytes;
+        const bool chunk = request.method == "POST" &&
+                           request.path.rfind("/transcribe/stream/", 0) == 0 &&
+                           request.path.ends_with("/audio");
+        // An audio chunk a little too large is read and refused by its route, so the client
+        // gets the answer rather than a connection closed under its upload.
+        const std::size_t limit = upload               ? maxUploadBytes
+                                  : multipart || chunk ? maxMultipartBytes
+                                                       : maxJsonBytes;
         if (length <= limit)
             return httplib::Server::HandlerResponse::Unhandled;
         const std::string what = upload      ? "uploads are limited to 4 GiB"
                                  : multipart ? "audio and images are limited to 64 MiB"
+                                 : chunk     ? "audio chunks are limited to 2 MiB"
                                              : "JSON bodies are limited to 1 MiB";
         RequestBody::send(response, 413, {{"error", "Request too large: " + what + "."}});
         // The body is never read, so the connection can't carry another request.

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "MonoAudio.h"
+#include "TranscriptionStream.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,6 +16,12 @@ public:
     // adds to what it can recognise where it is able to. Throws HttpError on failure.
     virtual std::string transcribe(const MonoAudio &audio,
                                    const std::vector<std::string> &vocabulary) = 0;
+    // A stream for one recording with the same `vocabulary`, or null when the engine only takes
+    // whole recordings. Throws HttpError when the engine can't start.
+    virtual std::unique_ptr<TranscriptionStream> openStream(const std::vector<std::string> &)
+    {
+        return nullptr;
+    }
     // Shown by `ovrin-server --check` and in error texts, e.g. "pocketsphinx (en-us)".
     virtual std::string description() const = 0;
 };

@@ -1,17 +1,12 @@
 #include "SphinxTranscriber.h"
 
 #include "HttpError.h"
+#include "SphinxStream.h"
 #include "WavAudio.h"
-
-#include <pocketsphinx.h>
-#include <sphinxbase/ckd_alloc.h>
-#include <sphinxbase/cmd_ln.h>
-#include <sphinxbase/err.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cmath>
-#include <cstdint>
+#include <condition_variable>
 #include <filesystem>
 
 namespace fs = std::filesystem;
@@ -19,7 +14,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char *modelRoot = "/usr/share/pocketsphinx/model/en-us";
-constexpr int recogniserRate = 16000;
 
 // Letter names, for acronyms the dictionary lacks ("AWS" is said "A W S").
 constexpr const char *letterPhones[26] = {"EY",
@@ -131,66 +125,96 @@ std::string SphinxTranscriber::missingReason(const Model &model)
     return {};
 }
 
-SphinxTranscriber::SphinxTranscriber(const Model &model)
+struct SphinxTranscriber::Pool
+{
+    std::vector<std::string> arguments;
+    std::string modelDirectory;
+    std::mutex lock;
+    std::condition_variable returned;
+    std::vector<std::unique_ptr<SphinxDecoder>> idle;
+    std::size_t alive = 0;
+
+    // A decoder back from a recording; null when it failed and was dropped.
+    void giveBack(std::unique_ptr<SphinxDecoder> decoder)
+    {
+        std::unique_lock guard(lock);
+        if (decoder && idle.size() < keptIdle) {
+            idle.push_back(std::move(decoder));
+        } else {
+            --alive;
+            guard.unlock();
+            decoder.reset();
+            guard.lock();
+        }
+        returned.notify_one();
+    }
+};
+
+SphinxTranscriber::SphinxTranscriber(const Model &model) : m_pool(std::make_shared<Pool>())
 {
     if (const std::string reason = missingReason(model); !reason.empty())
         throw HttpError(503, reason);
-    // The parsed configuration points into these strings, so they live as long as the decoder.
-    m_arguments = {"ovrin-server",      "-hmm",  model.acousticModel, "-lm",
-                   model.languageModel, "-dict", model.dictionary,    "-logfn",
-                   "/dev/null"};
+    m_pool->arguments = {"-hmm",  model.acousticModel, "-lm", model.languageModel,
+                         "-dict", model.dictionary};
     for (const auto &[name, value] : model.options) {
-        m_arguments.push_back(name);
-        m_arguments.push_back(value);
+        m_pool->arguments.push_back(name);
+        m_pool->arguments.push_back(value);
     }
-    std::vector<char *> argv;
-    for (std::string &argument : m_arguments)
-        argv.push_back(argument.data());
-    err_set_logfp(nullptr); // parsing echoes the arguments before -logfn takes effect
-    if (cmd_ln_t *config =
-            cmd_ln_parse_r(nullptr, ps_args(), int(argv.size()), argv.data(), TRUE)) {
-        m_decoder = ps_init(config);
-        cmd_ln_free_r(config); // the decoder holds its own reference
-    }
-    if (!m_decoder)
-        throw HttpError(503,
-                        "The offline recogniser (pocketsphinx) could not load its model from " +
-                            model.acousticModel + ".");
+    m_pool->modelDirectory = model.acousticModel;
+    m_pool->idle.push_back(
+        std::make_unique<SphinxDecoder>(m_pool->arguments, m_pool->modelDirectory));
+    m_pool->alive = 1;
 }
 
-SphinxTranscriber::~SphinxTranscriber()
-{
-    ps_free(m_decoder);
-}
+SphinxTranscriber::~SphinxTranscriber() = default;
 
 std::string SphinxTranscriber::description() const
 {
     return "pocketsphinx (en-us, offline)";
 }
 
-std::string SphinxTranscriber::lookup(const std::string &word) const
+std::unique_ptr<SphinxDecoder> SphinxTranscriber::lend()
 {
-    char *phones = ps_lookup_word(m_decoder, word.c_str());
-    if (!phones)
-        return {};
-    std::string result = phones;
-    ckd_free(phones);
-    return result;
+    Pool &pool = *m_pool;
+    std::unique_lock guard(pool.lock);
+    pool.returned.wait(guard, [&] { return !pool.idle.empty() || pool.alive < maxDecoders; });
+    if (!pool.idle.empty()) {
+        std::unique_ptr<SphinxDecoder> decoder = std::move(pool.idle.back());
+        pool.idle.pop_back();
+        return decoder;
+    }
+    ++pool.alive;
+    guard.unlock();
+    try {
+        return std::make_unique<SphinxDecoder>(pool.arguments, pool.modelDirectory);
+    } catch (...) {
+        pool.giveBack(nullptr);
+        throw;
+    }
 }
 
-std::string SphinxTranscriber::pronounce(const std::string &word) const
+std::string SphinxTranscriber::lookup(const SphinxDecoder &decoder, const std::string &word) const
 {
-    if (std::string phones = lookup(lower(word)); !phones.empty())
+    if (std::string phones = decoder.lookup(word); !phones.empty())
+        return phones;
+    const auto added = m_added.find(word);
+    return added == m_added.end() ? std::string() : added->second;
+}
+
+std::string SphinxTranscriber::pronounce(const SphinxDecoder &decoder,
+                                         const std::string &word) const
+{
+    if (std::string phones = lookup(decoder, lower(word)); !phones.empty())
         return phones;
     std::string phones;
     for (const std::string &part : splitParts(word)) {
         if (isDigit(part[0])) {
             for (const char digit : part)
-                append(phones, lookup(digitWords[digit - '0']));
+                append(phones, lookup(decoder, digitWords[digit - '0']));
             continue;
         }
         const bool acronym = part.size() > 1 && std::all_of(part.begin(), part.end(), isUpper);
-        const std::string known = acronym ? std::string() : lookup(lower(part));
+        const std::string known = acronym ? std::string() : lookup(decoder, lower(part));
         if (!known.empty()) {
             append(phones, known);
         } else if (acronym || part.size() == 1) {
@@ -206,59 +230,76 @@ std::string SphinxTranscriber::pronounce(const std::string &word) const
 
 std::string SphinxTranscriber::pronunciation(const std::string &word)
 {
-    std::lock_guard lock(m_mutex);
-    return pronounce(word);
+    std::unique_ptr<SphinxDecoder> decoder = lend();
+    std::string phones;
+    {
+        std::lock_guard lock(m_vocabularyLock);
+        phones = pronounce(*decoder, word);
+    }
+    m_pool->giveBack(std::move(decoder));
+    return phones;
 }
 
-void SphinxTranscriber::addVocabulary(const std::vector<std::string> &vocabulary)
+void SphinxTranscriber::teach(SphinxDecoder &decoder, const std::vector<std::string> &vocabulary)
 {
-    std::vector<std::pair<std::string, std::string>> additions; // word, phones
-    for (const std::string &term : vocabulary) {
-        std::size_t start = 0;
-        while (start < term.size()) {
-            std::size_t end = term.find_first_of(" \t\n", start);
-            if (end == std::string::npos)
-                end = term.size();
-            const std::string word = term.substr(start, end - start);
-            start = end + 1;
-            const std::string key = lower(word);
-            if (word.empty() || !m_tried.insert(key).second || !lookup(key).empty())
-                continue;
-            if (std::any_of(word.begin(), word.end(),
-                            [](char c) { return static_cast<unsigned char>(c) >= 0x80; }))
-                continue; // outside the English model
-            if (std::string phones = pronounce(word); !phones.empty())
-                additions.emplace_back(key, std::move(phones));
+    std::vector<SphinxDecoder::Word> missing;
+    {
+        std::lock_guard lock(m_vocabularyLock);
+        for (const std::string &term : vocabulary) {
+            std::size_t start = 0;
+            while (start < term.size()) {
+                std::size_t end = term.find_first_of(" \t\n", start);
+                if (end == std::string::npos)
+                    end = term.size();
+                const std::string word = term.substr(start, end - start);
+                start = end + 1;
+                const std::string key = lower(word);
+                if (word.empty() || !m_tried.insert(key).second || !lookup(decoder, key).empty())
+                    continue;
+                if (std::any_of(word.begin(), word.end(),
+                                [](char c) { return static_cast<unsigned char>(c) >= 0x80; }))
+                    continue; // outside the English model
+                if (std::string phones = pronounce(decoder, word); !phones.empty()) {
+                    m_added.emplace(key, phones);
+                    m_additions.emplace_back(key, std::move(phones));
+                }
+            }
         }
+        missing.assign(m_additions.begin() + std::ptrdiff_t(decoder.wordsTaken()),
+                       m_additions.end());
+        decoder.setWordsTaken(m_additions.size());
     }
-    // Rebuilding the search takes a good part of a second, so it is done once, with the last.
-    for (std::size_t i = 0; i < additions.size(); ++i)
-        ps_add_word(m_decoder, additions[i].first.c_str(), additions[i].second.c_str(),
-                    i + 1 == additions.size() ? TRUE : FALSE);
+    decoder.addWords(missing);
+}
+
+std::unique_ptr<TranscriptionStream>
+SphinxTranscriber::openStream(const std::vector<std::string> &vocabulary)
+{
+    std::unique_ptr<SphinxDecoder> decoder = lend();
+    try {
+        teach(*decoder, vocabulary);
+    } catch (...) {
+        decoder.reset();
+        m_pool->giveBack(nullptr);
+        throw;
+    }
+    return std::make_unique<SphinxStream>(std::move(decoder),
+                                          [pool = m_pool](std::unique_ptr<SphinxDecoder> returned) {
+                                              pool->giveBack(std::move(returned));
+                                          });
 }
 
 std::string SphinxTranscriber::transcribe(const MonoAudio &audio,
                                           const std::vector<std::string> &vocabulary)
 {
-    const MonoAudio converted = audio.sampleRate == recogniserRate
+    // One way through the decoder for whole recordings and streamed ones alike, so both give
+    // the same words.
+    const MonoAudio converted = audio.sampleRate == SphinxDecoder::sampleRate
                                     ? MonoAudio{}
-                                    : WavAudio::resample(audio, recogniserRate);
+                                    : WavAudio::resample(audio, SphinxDecoder::sampleRate);
     const std::vector<float> &samples =
-        audio.sampleRate == recogniserRate ? audio.samples : converted.samples;
-    std::vector<std::int16_t> pcm(samples.size());
-    std::transform(samples.begin(), samples.end(), pcm.begin(), [](float s) {
-        return std::int16_t(std::lrint(std::clamp(s, -1.0f, 1.0f) * 32767.0f));
-    });
-
-    std::lock_guard lock(m_mutex);
-    addVocabulary(vocabulary);
-    if (pcm.size() < recogniserRate / 10)
-        return {}; // too short to hold a word
-    if (ps_start_utt(m_decoder) < 0 ||
-        ps_process_raw(m_decoder, pcm.data(), pcm.size(), FALSE, TRUE) < 0 ||
-        ps_end_utt(m_decoder) < 0)
-        throw HttpError(500, "The offline recogniser (pocketsphinx) failed on this audio.");
-    int32 score = 0;
-    const char *hypothesis = ps_get_hyp(m_decoder, &score);
-    return hypothesis ? hypothesis : "";
+        audio.sampleRate == SphinxDecoder::sampleRate ? audio.samples : converted.samples;
+    const std::unique_ptr<TranscriptionStream> stream = openStream(vocabulary);
+    stream->feed(samples.data(), samples.size());
+    return stream->finish();
 }

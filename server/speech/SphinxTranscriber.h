@@ -1,18 +1,21 @@
 #pragma once
 
+#include "SphinxDecoder.h"
 #include "Transcriber.h"
 
+#include <cstddef>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-struct ps_decoder_s;
-
-// Offline recognition with pocketsphinx and its US English model. The decoder takes a second
-// or more to load, so one is made up front and shared; it is not thread-safe, so requests take
-// turns on it.
+// Offline recognition with pocketsphinx and its US English model. A decoder is not
+// thread-safe, takes a quarter of a second to load and holds about 95 MB, and a stream keeps
+// one for as long as its recording lasts; so decoders are lent from a pool: one made up
+// front, more as concurrent recordings need them, and only a couple kept idle.
 class SphinxTranscriber : public Transcriber
 {
 public:
@@ -34,6 +37,10 @@ public:
         return missingReason(model).empty();
     }
 
+    // Decoders alive at once; a further recording waits for one to come back.
+    static constexpr std::size_t maxDecoders = 20;
+    static constexpr std::size_t keptIdle = 2;
+
     // Throws HttpError(503) naming what is missing when the decoder can't start.
     explicit SphinxTranscriber(const Model &model = defaultModel());
     ~SphinxTranscriber() override;
@@ -41,10 +48,12 @@ public:
     SphinxTranscriber &operator=(const SphinxTranscriber &) = delete;
 
     // Audio at another rate is converted first. Vocabulary words the dictionary lacks are
-    // added where a pronunciation can be pieced together; they stay known to the shared
-    // decoder afterwards.
+    // added where a pronunciation can be pieced together; they stay known afterwards, to every
+    // decoder, so that a recording is heard the same on each.
     std::string transcribe(const MonoAudio &audio,
                            const std::vector<std::string> &vocabulary) override;
+    std::unique_ptr<TranscriptionStream>
+    openStream(const std::vector<std::string> &vocabulary) override;
     std::string description() const override;
 
     // The phones for `word` from the dictionary, spelled-out letters or its camel-case parts;
@@ -52,12 +61,18 @@ public:
     std::string pronunciation(const std::string &word);
 
 private:
-    std::string lookup(const std::string &word) const;
-    std::string pronounce(const std::string &word) const;
-    void addVocabulary(const std::vector<std::string> &vocabulary);
+    struct Pool;
 
-    std::vector<std::string> m_arguments;
-    ps_decoder_s *m_decoder = nullptr;
-    std::mutex m_mutex;
-    std::set<std::string> m_tried; // vocabulary words already looked at
+    std::unique_ptr<SphinxDecoder> lend();
+    // The dictionary's phones, or those of a word added for some user's vocabulary.
+    std::string lookup(const SphinxDecoder &decoder, const std::string &word) const;
+    std::string pronounce(const SphinxDecoder &decoder, const std::string &word) const;
+    // Adds what `vocabulary` brings to the shared additions, then gives `decoder` all it lacks.
+    void teach(SphinxDecoder &decoder, const std::vector<std::string> &vocabulary);
+
+    std::shared_ptr<Pool> m_pool; // shared with the streams, which may outlive a request
+    std::mutex m_vocabularyLock;
+    std::set<std::string> m_tried;                // vocabulary words already looked at
+    std::vector<SphinxDecoder::Word> m_additions; // in the order every decoder takes them
+    std::map<std::string, std::string> m_added;   // the same, by word
 };

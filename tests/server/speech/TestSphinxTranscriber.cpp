@@ -1,4 +1,5 @@
-// Offline recognition of flite's voice: accuracy, the user's vocabulary, and a missing model.
+// Offline recognition of flite's voice: accuracy, the user's vocabulary, recordings streamed
+// while spoken, and a missing model.
 #include "HttpError.h"
 #include "SpeechSamples.h"
 #include "SphinxTranscriber.h"
@@ -14,7 +15,7 @@ namespace {
 
 const std::vector<std::string> &sentences = SpeechReference::sentences();
 
-// Measured 6.8 % both at 16 kHz and through 48 kHz stereo; the aim is at most 25 %.
+// Measured 9.1 % both at 16 kHz and through 48 kHz stereo; the aim is at most 25 %.
 constexpr double maxWordErrorRate = 20.0;
 
 } // namespace
@@ -79,7 +80,7 @@ private Q_SLOTS:
         QVERIFY2(withTerm.find("flowboard") != std::string::npos, withTerm.c_str());
     }
 
-    void concurrentRequestsTakeTurns()
+    void concurrentRequestsHearTheSame()
     {
         const QString path = m_dir.filePath(QStringLiteral("s0.wav"));
         QVERIFY(SpeechSamples::speak(QString::fromStdString(sentences[0]), path));
@@ -92,6 +93,46 @@ private Q_SLOTS:
         QCOMPARE(first, alone);
         QCOMPARE(second, alone);
         QCOMPARE(m_transcriber->transcribe(MonoAudio{}, {}), std::string());
+    }
+
+    void streamedRecordingsGiveTheWholeRecordingsWords()
+    {
+        MonoAudio recording;
+        for (int i = 0; i < 3; ++i) {
+            const QString path = m_dir.filePath(QStringLiteral("part%1.wav").arg(i));
+            QVERIFY(SpeechSamples::speak(QString::fromStdString(sentences[std::size_t(i)]), path));
+            const MonoAudio part = WavAudio::decode(SpeechSamples::readFile(path));
+            recording.samples.insert(recording.samples.end(), part.samples.begin(),
+                                     part.samples.end());
+        }
+        const std::vector<std::string> vocabulary = {"FlowBoard"};
+        const std::string whole = m_transcriber->transcribe(recording, vocabulary);
+        QVERIFY2(
+            SpeechReference::wordErrorRate(sentences[0] + " " + sentences[1] + " " + sentences[2],
+                                           whole) <= maxWordErrorRate,
+            whole.c_str());
+
+        // Chunks of any size, and another recording decoded meanwhile on a second decoder.
+        auto stream = m_transcriber->openStream(vocabulary);
+        const MonoAudio other =
+            WavAudio::decode(SpeechSamples::readFile(m_dir.filePath(QStringLiteral("part1.wav"))));
+        std::size_t at = 0;
+        for (const std::size_t size : {3203u, 1u, 777u, 16000u, 4096u}) {
+            stream->feed(recording.samples.data() + at, size);
+            at += size;
+            if (size == 1)
+                m_transcriber->transcribe(other, {});
+        }
+        stream->feed(recording.samples.data() + at, recording.samples.size() - at);
+        QCOMPARE(stream->finish(), whole);
+        stream.reset();
+
+        // A stream given up half-way leaves its decoder as good as new.
+        stream = m_transcriber->openStream(vocabulary);
+        stream->feed(recording.samples.data(), recording.samples.size() / 2);
+        stream.reset();
+        QCOMPARE(m_transcriber->transcribe(recording, vocabulary), whole);
+        QCOMPARE(m_transcriber->openStream({})->finish(), std::string());
     }
 
     void missingModelIsNamed()
