@@ -106,14 +106,8 @@ void CaptureSessionController::handleHandsFreeStop()
 
 void CaptureSessionController::handleCaptureArmed()
 {
-    if (m_state != SessionState::idle || m_armed)
-        return;
     // Where the start would refuse, it says why once the mode is known.
-    if (!m_services.auth.signedIn() || m_services.auth.token().isEmpty())
-        return;
-    const auto microphone = m_services.permissions.microphoneAuthorization();
-    if (!m_services.model.micAuthorized() && (microphone == MicrophoneAuthorization::restricted ||
-                                              microphone == MicrophoneAuthorization::denied))
+    if (m_state != SessionState::idle || m_armed || !signedIn() || microphoneRefused())
         return;
     try {
         m_services.recorder.start();
@@ -145,29 +139,25 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
 
     m_services.corrections.dismiss();
 
-    if (!m_services.auth.signedIn() || m_services.auth.token().isEmpty()) {
-        if (armed)
-            m_services.recorder.stop();
+    // Refused after all (signed out or the microphone taken away since the key went down):
+    // the audio begun for it goes.
+    if ((!signedIn() || microphoneRefused()) && armed)
+        m_services.recorder.stop();
+
+    if (!signedIn()) {
         m_services.model.log(QStringLiteral("Not signed in — opening Ovrin to log in."));
         m_services.hud.showError(QStringLiteral("Sign in to Ovrin to use dictation."));
         Q_EMIT signInNeeded();
         return;
     }
 
-    if (!m_services.model.micAuthorized()) {
-        const auto status = m_services.permissions.microphoneAuthorization();
-        if (status == MicrophoneAuthorization::restricted ||
-            status == MicrophoneAuthorization::denied) {
-            if (armed)
-                m_services.recorder.stop();
-            m_services.model.log(
-                QStringLiteral("Cannot record: microphone permission not granted."));
-            setStatus(QStringLiteral("Microphone access needed"));
-            m_services.hud.showError(
-                QStringLiteral("Microphone access is required. Check that a microphone is "
-                               "plugged in, not muted and chosen as input in Sound settings."));
-            return;
-        }
+    if (microphoneRefused()) {
+        m_services.model.log(QStringLiteral("Cannot record: microphone permission not granted."));
+        setStatus(QStringLiteral("Microphone access needed"));
+        m_services.hud.showError(
+            QStringLiteral("Microphone access is required. Check that a microphone is "
+                           "plugged in, not muted and chosen as input in Sound settings."));
+        return;
     }
 
     m_captureMode = mode;
@@ -218,16 +208,9 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
     }
     m_services.hud.show(HUDMode::recording(mode));
     m_services.sounds.play(Sound::start);
-    if (mode == CaptureMode::paste) {
-        // Decoded while the user speaks; what the key-down or a warm microphone already
-        // caught goes first.
-        m_stream = std::make_shared<DictationStream>(m_services.backend,
-                                                     int(m_services.recorder.sampleRate()),
-                                                     m_services.settings.current().cleanupEnabled);
-        m_stream->append(m_services.recorder.samples());
-        connect(&m_services.recorder, &AudioRecorder::samplesCaptured, m_stream.get(),
-                &DictationStream::append);
-    }
+    if (mode == CaptureMode::paste)
+        m_stream = DictationStream::follow(m_services.recorder, m_services.backend,
+                                           m_services.settings.current().cleanupEnabled);
 }
 
 void CaptureSessionController::readAskContext()
@@ -555,6 +538,20 @@ void CaptureSessionController::endIdle()
 {
     setState(SessionState::idle);
     m_services.model.setActivity(Activity::idle);
+}
+
+bool CaptureSessionController::signedIn() const
+{
+    return m_services.auth.signedIn() && !m_services.auth.token().isEmpty();
+}
+
+bool CaptureSessionController::microphoneRefused() const
+{
+    if (m_services.model.micAuthorized())
+        return false;
+    const auto status = m_services.permissions.microphoneAuthorization();
+    return status == MicrophoneAuthorization::restricted ||
+           status == MicrophoneAuthorization::denied;
 }
 
 bool CaptureSessionController::isGone(const QObject *self, const CancellationToken &token)

@@ -103,6 +103,9 @@ private:
     using ScreenshotTask = QCoro::Task<std::optional<QByteArray>>;
 
     void setState(SessionState state);
+    bool signedIn() const;
+    // The microphone is not to be used (a denial or restriction the model has not overruled).
+    bool microphoneRefused() const;
     void endIdle();
     void readAskContext();
     void deliverTranscript(const QString &text, const Settings &settings);

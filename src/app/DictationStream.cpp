@@ -1,5 +1,6 @@
 #include "app/DictationStream.h"
 
+#include "audio/AudioRecorder.h"
 #include "backend/Backend.h"
 #include "core/DescribedError.h"
 
@@ -15,6 +16,15 @@ DictationStream::DictationStream(Backend &backend, int sampleRate, bool cleanup,
       m_chunkBytes(std::max<qsizetype>(2, qsizetype(sampleRate * chunkSeconds) * 2))
 {
     open(sampleRate, cleanup);
+}
+
+std::shared_ptr<DictationStream> DictationStream::follow(AudioRecorder &recorder, Backend &backend,
+                                                         bool cleanup)
+{
+    auto stream = std::make_shared<DictationStream>(backend, int(recorder.sampleRate()), cleanup);
+    stream->append(recorder.samples());
+    connect(&recorder, &AudioRecorder::samplesCaptured, stream.get(), &DictationStream::append);
+    return stream;
 }
 
 DictationStream::~DictationStream()

@@ -8,8 +8,10 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
 #include <optional>
 
+class AudioRecorder;
 class Backend;
 
 // A dictation streamed to the server while the key is held, so that at release only the
@@ -24,6 +26,10 @@ public:
     static constexpr double chunkSeconds = 0.2;
 
     DictationStream(Backend &backend, int sampleRate, bool cleanup, QObject *parent = nullptr);
+    // A stream of the recorder's take under way: what it already holds (the key-down's audio,
+    // a warm microphone's pre-roll) first, then every block as it comes.
+    static std::shared_ptr<DictationStream> follow(AudioRecorder &recorder, Backend &backend,
+                                                   bool cleanup);
     ~DictationStream() override;
 
     // Mono samples at the stream's rate, in order from the take's start.
