@@ -10,6 +10,7 @@
 // stamps do not wait for this program's event loop.
 // Usage: bench_dictation_latency [takes, default 10] [seconds per take, default 30]
 #include "LatencyRun.h"
+#include "StampingKeySynthesizer.h"
 #include "audio/AudioRecorder.h"
 #include "backend/Backend.h"
 #include "core/DescribedError.h"
@@ -164,29 +165,6 @@ private:
     std::vector<Exchange> m_exchanges;
     std::atomic<int> m_served{0};
     std::atomic<bool> m_quickAck{false};
-};
-
-// Stamps the moment the paste keystroke has gone to the X server.
-class StampingKeySynthesizer : public KeySynthesizer
-{
-public:
-    StampingKeySynthesizer(KeySynthesizer &inner, const Clock &clock)
-        : m_inner(inner), m_clock(clock)
-    {}
-
-    std::optional<double> pasteSent;
-
-    bool send(Command command) override
-    {
-        const bool sent = m_inner.send(command);
-        if (command == Command::paste)
-            pasteSent = m_clock.now();
-        return sent;
-    }
-
-private:
-    KeySynthesizer &m_inner;
-    const Clock &m_clock;
 };
 
 struct Take

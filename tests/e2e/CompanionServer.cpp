@@ -9,8 +9,8 @@
 
 #include <signal.h>
 
-CompanionServer::CompanionServer(QString binary, QString dataDir)
-    : m_binary(std::move(binary)), m_dataDir(std::move(dataDir))
+CompanionServer::CompanionServer(QString binary, QString dataDir, quint16 port)
+    : m_binary(std::move(binary)), m_dataDir(std::move(dataDir)), m_port(port)
 {
     m_process.setProcessChannelMode(QProcess::ForwardedChannels);
     // Offline engines only: no upstream service from the developer's environment.
@@ -28,7 +28,7 @@ CompanionServer::~CompanionServer()
 
 bool CompanionServer::start()
 {
-    m_process.start(m_binary, {QStringLiteral("--port"), QString::number(port),
+    m_process.start(m_binary, {QStringLiteral("--port"), QString::number(m_port),
                                QStringLiteral("--data"), m_dataDir});
     if (!m_process.waitForStarted(5000))
         return false;
@@ -94,7 +94,7 @@ QJsonDocument CompanionServer::request(const QByteArray &method, const QString &
                                        const QByteArray &body)
 {
     QNetworkAccessManager network;
-    QNetworkRequest request(QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(port).arg(path)));
+    QNetworkRequest request(QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(path)));
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
     if (!m_token.isEmpty())
         request.setRawHeader("Authorization", "Bearer " + m_token);

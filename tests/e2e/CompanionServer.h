@@ -3,17 +3,20 @@
 #include <QJsonDocument>
 #include <QProcess>
 
-// ovrin-server on the application's fixed address, 127.0.0.1:8787, with its data in a
-// folder of the test's own; plus a client of its API to check what the application stored.
+// ovrin-server on the application's fixed address, 127.0.0.1:8787 (or another port), with its
+// data in a folder of the test's own; plus a client of its API to check what the application
+// stored.
 class CompanionServer
 {
 public:
-    CompanionServer(QString binary, QString dataDir);
+    static constexpr quint16 applicationPort = 8787;
+
+    CompanionServer(QString binary, QString dataDir, quint16 port = applicationPort);
     ~CompanionServer();
     CompanionServer(const CompanionServer &) = delete;
     CompanionServer &operator=(const CompanionServer &) = delete;
 
-    static constexpr quint16 port = 8787;
+    quint16 port() const { return m_port; }
     // True once it answers /health; false when the port is taken or it exits.
     bool start();
     void stop();
@@ -34,6 +37,7 @@ private:
 
     QString m_binary;
     QString m_dataDir;
+    quint16 m_port;
     QProcess m_process;
     QByteArray m_token;
 };
