@@ -163,7 +163,7 @@ row "Key release (recorder stop) to transcribe request fully sent, ${recorded:-$
         sub(",", "", $5); print $3, $5, $7; exit }' "$logs/dictation.txt")"
     why="stopping the recorder and making the WAV took $wav ms and uploading the $size MB to the server's last byte $prompt ms when the server acknowledged at once (medians; both grow with the length of the take)"
     [ "${stalled:-0}" = 0 ] ||
-        why+=", and $stalled of $of_takes uploads to a server that delays its acknowledgements, as servers do, stalled about $stall ms more: the delayed acknowledgement meets Nagle's algorithm on the client's socket (Qt's HTTP client does not set TCP_NODELAY)"
+        why+=", and $stalled of $of_takes uploads to a server that delays its acknowledgements, as servers do, stalled about $stall ms more: a delayed acknowledgement met Nagle's algorithm, which the upload's own connection turns off (TCP_NODELAY), so something else held it back"
     misses+=("Stop to request sent took $up_median ms median and $up_p95 ms p95, over 10 ms: $why.")
 }
 

@@ -2,12 +2,14 @@
 
 #include "backend/DeviceNow.h"
 #include "backend/JsonFields.h"
+#include "backend/PromptHttpExchange.h"
 #include "backend/TokenProvider.h"
 #include "core/ProcessWide.h"
 #include "core/SystemClock.h"
 
 #include <QCoreApplication>
 #include <QCoro/QCoroNetworkReply>
+#include <QCoro/QCoroSignal>
 #include <QJsonDocument>
 #include <QNetworkProxy>
 #include <QNetworkReply>
@@ -65,6 +67,15 @@ Backend::~Backend()
         if (reply)
             QCoreApplication::sendPostedEvents(reply, QEvent::MetaCall);
     }
+    QList<QPointer<PromptHttpExchange>> exchanges;
+    for (PromptHttpExchange *exchange : m_network.findChildren<PromptHttpExchange *>())
+        exchanges.append(exchange);
+    for (const QPointer<PromptHttpExchange> &exchange : std::as_const(exchanges)) {
+        if (exchange)
+            exchange->abort();
+        if (exchange)
+            QCoreApplication::sendPostedEvents(exchange, QEvent::MetaCall);
+    }
 }
 
 bool Backend::isTransportFailure(const QNetworkReply &reply)
@@ -119,6 +130,8 @@ QNetworkReply *Backend::start(const BackendRequest &request, QIODevice *upload)
 
 QCoro::Task<BackendResponse> Backend::perform(BackendRequest request, CancellationToken cancel)
 {
+    if (request.prompt && PromptHttpExchange::canSend(request))
+        co_return co_await performPromptly(std::move(request), std::move(cancel));
     std::unique_ptr<QNetworkReply> reply(start(request));
     QPointer<QNetworkReply> guard(reply.get());
     cancel.onCancel([guard] {
@@ -136,6 +149,26 @@ QCoro::Task<BackendResponse> Backend::perform(BackendRequest request, Cancellati
     response.status = status.isValid() ? status.toInt() : -1;
     response.body = reply->readAll();
     co_return response;
+}
+
+QCoro::Task<BackendResponse> Backend::performPromptly(BackendRequest request,
+                                                      CancellationToken cancel)
+{
+    // A child of the manager, so that the destructor above ends it like the replies.
+    auto *exchange = new PromptHttpExchange(std::move(request), &m_network);
+    QPointer<PromptHttpExchange> guard(exchange);
+    cancel.onCancel([guard] {
+        if (guard)
+            guard->abort();
+    });
+    exchange->start();
+    if (!exchange->isFinished())
+        co_await qCoro(exchange, &PromptHttpExchange::finished);
+    const std::optional<BackendResponse> result = exchange->result();
+    exchange->deleteLater();
+    if (!result)
+        throw BackendError::notReachable(m_baseURL);
+    co_return *result;
 }
 
 void Backend::ensureOK(const BackendResponse &response)

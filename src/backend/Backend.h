@@ -135,6 +135,7 @@ public:
 private:
     Backend();
     QNetworkReply *start(const BackendRequest &request, QIODevice *upload = nullptr);
+    QCoro::Task<BackendResponse> performPromptly(BackendRequest request, CancellationToken cancel);
     // The connection failed, timed out, was cancelled or broke off mid-body. Errors
     // that only restate an HTTP status (404, 500, ...) are not transport failures.
     static bool isTransportFailure(const QNetworkReply &reply);

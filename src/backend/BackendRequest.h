@@ -10,6 +10,9 @@ struct BackendRequest
     QNetworkRequest request;
     QByteArray method;
     QByteArray body;
+    // Sent on a connection of its own without Nagle's delay (PromptHttpExchange): for an
+    // upload the user is waiting on.
+    bool prompt = false;
 
     void setTimeoutSeconds(int seconds) { request.setTransferTimeout(seconds * 1000); }
 };

@@ -41,6 +41,7 @@ QCoro::Task<QString> Backend::transcribe(QByteArray wav, bool cleanup, Cancellat
     request.body = transcribeBody(body, wav, cleanup);
     wav.clear(); // the body holds its own copy; do not keep two for the whole upload
     request.setTimeoutSeconds(60);
+    request.prompt = true;
 
     const QJsonObject reply = co_await send(std::move(request), std::move(cancel));
     co_return transcriptOf(reply);
@@ -67,6 +68,7 @@ QCoro::Task<void> Backend::sendTranscriptionAudio(QString stream, int seq, QByte
     request.request.setHeader(QNetworkRequest::ContentTypeHeader,
                               QByteArrayLiteral("application/octet-stream"));
     request.body = std::move(pcm16);
+    request.prompt = true;
     co_await send(std::move(request), std::move(cancel));
 }
 
@@ -75,6 +77,7 @@ QCoro::Task<QString> Backend::finishTranscriptionStream(QString stream, Cancella
     BackendRequest request =
         makeRequest(QStringLiteral("transcribe/stream/%1/finish").arg(stream), "POST");
     request.setTimeoutSeconds(60);
+    request.prompt = true;
     const QJsonObject reply = co_await send(std::move(request), std::move(cancel));
     co_return transcriptOf(reply);
 }
