@@ -50,6 +50,7 @@ private:
 struct Take
 {
     double released = 0;
+    double stopped = 0;
     double textReady = 0;
     QString text;
     QString error;
@@ -62,6 +63,7 @@ QCoro::Task<void> release(AudioRecorder &recorder, std::shared_ptr<DictationStre
 {
     take.released = clock.now();
     std::optional<QByteArray> wav = recorder.stop();
+    take.stopped = clock.now();
     if (stream)
         QObject::disconnect(&recorder, nullptr, stream.get(), nullptr);
     try {
@@ -152,7 +154,7 @@ int main(int argc, char *argv[])
     Paster paster(keys, scheduler);
     AudioRecorder recorder;
 
-    std::vector<double> streamedPaste, streamedText, wholePaste, wholeText;
+    std::vector<double> streamedPaste, streamedText, wholePaste, wholeText, stops;
     QString streamedSample, wholeSample;
     double spoken = 0;
     // One take of each path first, not counted: the server makes a decoder for each.
@@ -192,6 +194,7 @@ int main(int argc, char *argv[])
         (streamed ? streamedPaste : wholePaste).push_back(1000 * (*keys.pasteSent - take.released));
         (streamed ? streamedText : wholeText).push_back(1000 * (take.textReady - take.released));
         (streamed ? streamedSample : wholeSample) = take.text;
+        stops.push_back(1000 * (take.stopped - take.released));
     }
 
     std::printf("takes: %d per path, %.1f s from start to release\n", takes, spoken);
@@ -199,6 +202,7 @@ int main(int argc, char *argv[])
     LatencyRun::summary("  release to text, streamed", streamedText);
     LatencyRun::summary("release to paste keystroke, whole file", wholePaste);
     LatencyRun::summary("  release to text, whole file", wholeText);
+    LatencyRun::summary("  of which the recorder's stop, both paths", stops);
     std::printf("streamed text: %s\nwhole-file text: %s\n", qPrintable(streamedSample),
                 qPrintable(wholeSample));
     return 0;

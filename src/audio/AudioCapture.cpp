@@ -24,7 +24,10 @@ bool AudioCapture::start(const QAudioDevice &device, BlockHandler onBlock, doubl
     m_blockFrames = blockFrames;
     if (blockSeconds > 0) {
         m_blockFrames = std::max<qsizetype>(1, qsizetype(format.sampleRate() * blockSeconds));
-        source->setBufferSize(int(2 * m_blockFrames * format.bytesPerFrame()));
+        // The sound server hands on a fragment of this size; at twice a block the first one
+        // came after 20 or 40 ms depending on its timing, at one block after 20 ms every time.
+        // What the main thread has not read yet waits in the client library, not here.
+        source->setBufferSize(int(m_blockFrames * format.bytesPerFrame()));
     }
     QIODevice *input = source->start();
     if (!input || source->error() != QAudio::NoError)

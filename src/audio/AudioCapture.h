@@ -25,8 +25,8 @@ public:
     ~AudioCapture() override;
 
     // False when the device has no usable format or can't be opened. `blockSeconds`: blocks
-    // of that length instead of `blockFrames`, with the sound server asked for a buffer about
-    // twice as long, so the first samples come that soon after the start.
+    // of that length instead of `blockFrames`, with the sound server asked for fragments of
+    // one block, so the first samples come that soon after the start.
     bool start(const QAudioDevice &device, BlockHandler onBlock, double blockSeconds = 0);
     // Hands on what is left, shorter block included, and closes the device.
     void stop();

@@ -16,6 +16,7 @@
 #include "support/TestEnvironment.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QJsonObject>
 #include <QProcess>
 #include <QScopeGuard>
@@ -25,8 +26,10 @@
 #include <QTest>
 #include <QtEndian>
 
+#include <chrono>
 #include <cmath>
 #include <numbers>
+#include <thread>
 
 namespace {
 
@@ -351,6 +354,26 @@ private Q_SLOTS:
         QCOMPARE(levels.last(), 0.0f); // the meter rests after stop
         QVERIFY(!recorder.isRecording());
         QVERIFY(!recorder.stop());
+    }
+
+    // The take is read in 10 ms blocks from the main thread; a main thread that is busy for a
+    // while (a page loading, a slow frame) must still get every sample afterwards.
+    void busyMainThreadLosesNoAudio()
+    {
+        AudioRecorder recorder([] { return QStringLiteral("testmic"); });
+        QElapsedTimer elapsed;
+        recorder.start();
+        elapsed.start();
+        QTest::qWait(200);
+        std::this_thread::sleep_for(std::chrono::milliseconds(600));
+        QTest::qWait(200);
+        const qint64 ms = elapsed.elapsed();
+        const auto wav = recorder.stop();
+        QVERIFY(wav);
+        const qsizetype samples = (wav->size() - 44) / 2;
+        // Up to 60 ms may still be on the way from the sound server at the stop.
+        QVERIFY2(samples >= 48 * (ms - 60),
+                 qPrintable(QStringLiteral("%1 samples in %2 ms").arg(samples).arg(ms)));
     }
 
     void warmMicrophoneKeepsTheMomentBeforeTheKey()
