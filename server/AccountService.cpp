@@ -63,10 +63,21 @@ nlohmann::json AccountService::registerUser(const std::string &emailIn, const st
 
 void AccountService::checkRateLimit(const std::string &email)
 {
-    auto &failures = m_failures[lowered(email)];
-    const auto cutoff = m_clock() - failureWindow;
+    const auto now = m_clock();
+    const auto cutoff = now - failureWindow;
+    // Attempts on many addresses would otherwise each leave an entry behind for good.
+    if (now - m_lastSweep >= failureWindow) {
+        m_lastSweep = now;
+        std::erase_if(m_failures, [&](const auto &entry) { return entry.second.back() < cutoff; });
+    }
+    const auto found = m_failures.find(lowered(email));
+    if (found == m_failures.end())
+        return;
+    auto &failures = found->second;
     std::erase_if(failures, [&](auto when) { return when < cutoff; });
-    if (int(failures.size()) >= maxFailures)
+    if (failures.empty())
+        m_failures.erase(found);
+    else if (int(failures.size()) >= maxFailures)
         throw HttpError(429, "Too many sign-in attempts. Try again in a minute.");
 }
 

@@ -29,6 +29,8 @@ public:
     // The user id of a token, or nothing.
     std::optional<std::string> userForToken(const std::string &token);
     nlohmann::json user(const std::string &userId);
+    // Addresses with failed sign-ins still counted.
+    std::size_t trackedFailures() const { return m_failures.size(); }
 
 private:
     nlohmann::json issueToken(const std::string &userId);
@@ -36,5 +38,7 @@ private:
 
     Database &m_database;
     Clock m_clock;
+    // Per address, oldest first; an entry is never empty.
     std::map<std::string, std::vector<std::chrono::steady_clock::time_point>> m_failures;
+    std::chrono::steady_clock::time_point m_lastSweep;
 };
