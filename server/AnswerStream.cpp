@@ -42,9 +42,7 @@ void AnswerStream::run(const Work &work, const Finish &finish)
     } catch (const std::exception &error) {
         std::unique_lock lock(m_lock);
         if (!m_started) {
-            const auto *http = dynamic_cast<const HttpError *>(&error);
-            m_earlyError =
-                http ? *http : HttpError(500, std::string("Server error: ") + error.what());
+            m_earlyError = HttpError::from(error);
             m_finished = true;
             lock.unlock();
             m_changed.notify_all();

@@ -52,11 +52,8 @@ template <typename Handler> auto jsonReply(Handler handler)
     return [handler](const httplib::Request &request, httplib::Response &response) {
         try {
             RequestBody::send(response, 200, handler(request));
-        } catch (const HttpError &error) {
-            RequestBody::send(response, error.status(), {{"error", error.what()}});
         } catch (const std::exception &error) {
-            RequestBody::send(response, 500,
-                              {{"error", std::string("Server error: ") + error.what()}});
+            RequestBody::sendError(response, HttpError::from(error));
         }
     };
 }
@@ -269,11 +266,8 @@ void AssistantRoutes::answer(const httplib::Request &request, httplib::Response 
         plan = planner(request);
         if (plan.ready)
             record(plan.user, plan.question, plan.ready->answer);
-    } catch (const HttpError &error) {
-        return RequestBody::send(response, error.status(), {{"error", error.what()}});
     } catch (const std::exception &error) {
-        return RequestBody::send(response, 500,
-                                 {{"error", std::string("Server error: ") + error.what()}});
+        return RequestBody::sendError(response, HttpError::from(error));
     }
 
     if (plan.ready) {
@@ -298,7 +292,7 @@ void AssistantRoutes::answer(const httplib::Request &request, httplib::Response 
             record(conversation->user, conversation->question, answer);
         });
     if (const auto error = stream->waitForStart())
-        return RequestBody::send(response, error->status(), {{"error", error->what()}});
+        return RequestBody::sendError(response, *error);
     response.set_chunked_content_provider(
         streamType, [stream](std::size_t, httplib::DataSink &sink) { return stream->pump(sink); },
         [stream](bool) { stream->abandon(); });

@@ -36,3 +36,10 @@ void RequestBody::send(httplib::Response &response, int status, const nlohmann::
     response.status = status;
     response.set_content(body.dump(), "application/json");
 }
+
+void RequestBody::sendError(httplib::Response &response, const HttpError &error)
+{
+    if (error.retryAfterSeconds() > 0)
+        response.set_header("Retry-After", std::to_string(error.retryAfterSeconds()));
+    send(response, error.status(), {{"error", error.what()}});
+}

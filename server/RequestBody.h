@@ -4,6 +4,8 @@
 
 #include <string>
 
+class HttpError;
+
 namespace httplib {
 struct Request;
 struct Response;
@@ -22,4 +24,6 @@ public:
     // The token of "Authorization: Bearer …", or empty.
     static std::string bearerToken(const httplib::Request &request);
     static void send(httplib::Response &response, int status, const nlohmann::json &body);
+    // {"error": text} with the error's status, and Retry-After when it has one.
+    static void sendError(httplib::Response &response, const HttpError &error);
 };

@@ -69,6 +69,17 @@ ServerApp::ServerApp(const std::string &dataDirectory, ServerConfig config)
         response.set_header("Connection", "close");
         return httplib::Server::HandlerResponse::Handled;
     });
+    // A failure no route caught still gets its status and a JSON error.
+    m_server->set_exception_handler(
+        [](const httplib::Request &, httplib::Response &response, std::exception_ptr failure) {
+            try {
+                std::rethrow_exception(failure);
+            } catch (const std::exception &error) {
+                RequestBody::sendError(response, HttpError::from(error));
+            } catch (...) {
+                RequestBody::send(response, 500, {{"error", "Server error."}});
+            }
+        });
     // Statuses that httplib answers by itself (404, 413, …) still carry a JSON error.
     m_server->set_error_handler([](const httplib::Request &, httplib::Response &response) {
         if (!response.body.empty())
@@ -111,11 +122,8 @@ ServerApp::HttpHandler ServerApp::jsonRoute(Handler handler)
             }
             // Serialising a long list takes as long as reading it; other requests needn't wait.
             RequestBody::send(response, 200, reply);
-        } catch (const HttpError &error) {
-            RequestBody::send(response, error.status(), {{"error", error.what()}});
         } catch (const std::exception &error) {
-            RequestBody::send(response, 500,
-                              {{"error", std::string("Server error: ") + error.what()}});
+            RequestBody::sendError(response, HttpError::from(error));
         }
     };
 }
@@ -233,7 +241,7 @@ namespace {
 // A refused upload still reads a small body, so the client sees the answer rather than a
 // broken connection; a large one is cut off.
 void refuseUpload(const httplib::Request &request, httplib::Response &response,
-                  const httplib::ContentReader &reader, int status, const std::string &message)
+                  const httplib::ContentReader &reader, const HttpError &error)
 {
     const std::size_t length =
         std::strtoull(request.get_header_value("Content-Length").c_str(), nullptr, 10);
@@ -241,7 +249,7 @@ void refuseUpload(const httplib::Request &request, httplib::Response &response,
         reader([](const char *, std::size_t) { return true; });
     else
         response.set_header("Connection", "close");
-    RequestBody::send(response, status, {{"error", message}});
+    RequestBody::sendError(response, error);
 }
 
 } // namespace
@@ -281,35 +289,32 @@ void ServerApp::addMeetingRoutes()
             }
             std::filesystem::rename(path + ".part", path);
             RequestBody::send(response, 200, json::object());
-        } catch (const HttpError &error) {
-            refuseUpload(request, response, reader, error.status(), error.what());
         } catch (const std::exception &error) {
-            refuseUpload(request, response, reader, 500,
-                         std::string("Server error: ") + error.what());
+            refuseUpload(request, response, reader, HttpError::from(error));
         }
     });
     // Transcribing a long meeting takes minutes: the reply keeps the connection alive meanwhile.
-    m_server->Post(
-        "/meetings", [this](const httplib::Request &request, httplib::Response &response) {
-            std::string user, key;
-            long long duration = 0;
-            try {
-                std::lock_guard lock(m_lock);
-                user = userOf(request);
-                const json body = RequestBody::json(request);
-                const auto seconds = body.find("durationSec");
-                if (seconds == body.end() || !seconds->is_number_integer())
-                    throw HttpError(400, "Missing \"durationSec\" (whole seconds).");
-                key = RequestBody::stringField(body, "key");
-                duration = seconds->get<long long>();
-            } catch (const HttpError &error) {
-                return RequestBody::send(response, error.status(), {{"error", error.what()}});
-            }
-            SlowReply::send(response, [this, user, key, duration] {
-                std::unique_lock lock(m_lock);
-                return m_meetings.create(user, key, duration, lock);
-            });
-        });
+    m_server->Post("/meetings",
+                   [this](const httplib::Request &request, httplib::Response &response) {
+                       std::string user, key;
+                       long long duration = 0;
+                       try {
+                           std::lock_guard lock(m_lock);
+                           user = userOf(request);
+                           const json body = RequestBody::json(request);
+                           const auto seconds = body.find("durationSec");
+                           if (seconds == body.end() || !seconds->is_number_integer())
+                               throw HttpError(400, "Missing \"durationSec\" (whole seconds).");
+                           key = RequestBody::stringField(body, "key");
+                           duration = seconds->get<long long>();
+                       } catch (const std::exception &error) {
+                           return RequestBody::sendError(response, HttpError::from(error));
+                       }
+                       SlowReply::send(response, [this, user, key, duration] {
+                           std::unique_lock lock(m_lock);
+                           return m_meetings.create(user, key, duration, lock);
+                       });
+                   });
     m_server->Get("/meetings", route([this](const httplib::Request &, const std::string &user) {
                       return m_meetings.list(user);
                   }));

@@ -37,12 +37,10 @@ void SlowReply::send(httplib::Response &response, Work work, Timing timing)
         std::string body;
         try {
             body = work().dump();
-        } catch (const HttpError &error) {
-            status = error.status();
-            body = nlohmann::json{{"error", error.what()}}.dump();
         } catch (const std::exception &error) {
-            status = 500;
-            body = nlohmann::json{{"error", std::string("Server error: ") + error.what()}}.dump();
+            const HttpError failure = HttpError::from(error);
+            status = failure.status();
+            body = nlohmann::json{{"error", failure.what()}}.dump();
         }
         {
             std::lock_guard guard(state->lock);

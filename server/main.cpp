@@ -1,6 +1,7 @@
 // ovrin-server: the companion backend of Ovrin on 127.0.0.1.
 #include "Secrets.h"
 #include "ServerApp.h"
+#include "UpstreamClient.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -113,6 +114,7 @@ int main(int argc, char *argv[])
         std::thread([&app, stopSignals] {
             int signal = 0;
             sigwait(&stopSignals, &signal);
+            UpstreamClient::abandonAll();
             app.stop();
         }).detach();
         std::cout << "ovrin-server listening on http://127.0.0.1:" << bound << ", data in " << data

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -28,6 +29,7 @@ struct Transfer
     std::string errorBody;
     bool stalled = false;
     bool stopped = false;
+    bool abandoned = false;
     std::exception_ptr exception;
 };
 
@@ -53,9 +55,15 @@ size_t onBody(char *data, size_t size, size_t count, void *user)
     return CURL_WRITEFUNC_ERROR;
 }
 
+std::atomic<bool> abandoning{false};
+
 int onProgress(void *user, curl_off_t, curl_off_t received, curl_off_t, curl_off_t sent)
 {
     auto &transfer = *static_cast<Transfer *>(user);
+    if (abandoning.load()) {
+        transfer.abandoned = true;
+        return 1;
+    }
     const auto now = transfer.clock();
     if (received != transfer.received || sent != transfer.sent) {
         transfer.received = received;
@@ -140,6 +148,11 @@ void UpstreamClient::fail(const std::string &reason) const
     throw HttpError(502, "The " + m_service + " at " + m_baseUrl + " failed: " + reason);
 }
 
+void UpstreamClient::abandonAll()
+{
+    abandoning = true;
+}
+
 bool UpstreamClient::post(const std::string &path, const std::string *json,
                           const std::vector<FormPart> *parts, const BodySink &sink) const
 {
@@ -204,6 +217,8 @@ bool UpstreamClient::post(const std::string &path, const std::string *json,
         std::rethrow_exception(transfer.exception);
     if (transfer.stopped)
         return false;
+    if (transfer.abandoned)
+        throw HttpError(503, "The server is stopping; try again once it has restarted.");
     if (transfer.stalled)
         fail("it sent nothing for " + seconds(m_timeouts.stall));
     if (result != CURLE_OK)

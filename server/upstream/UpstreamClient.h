@@ -38,6 +38,10 @@ public:
     bool postForm(const std::string &path, const std::vector<FormPart> &parts,
                   const BodySink &sink) const;
 
+    // Ends every call under way and every later one (within about a second: libcurl looks in
+    // that often), so that stopping the server need not wait out a silent upstream.
+    static void abandonAll();
+
     // Throws HttpError(502, "The <service> at <base> failed: <reason>").
     [[noreturn]] void fail(const std::string &reason) const;
 

@@ -1,6 +1,7 @@
 // Dictation streamed over HTTP while it is spoken, against the server's own routes and the
 // offline recogniser: the text equals what the whole recording gives, and every refusal has its
 // status.
+#include "RunningServer.h"
 #include "Secrets.h"
 #include "ServerApp.h"
 #include "SpeechSamples.h"
@@ -24,39 +25,6 @@
 using nlohmann::json;
 
 namespace {
-
-// A ServerApp on a free port, served from a thread of its own.
-class RunningServer
-{
-public:
-    RunningServer(const QString &data, ServerConfig config)
-        : m_app(data.toStdString(), std::move(config)), m_port(m_app.bind(0)),
-          m_thread([this] { m_app.listen(); })
-    {}
-    ~RunningServer()
-    {
-        m_app.stop();
-        m_thread.join();
-    }
-    int port() const { return m_port; }
-
-    // A client signed in as a new account `email`.
-    httplib::Client client(const std::string &email) const
-    {
-        httplib::Client client("127.0.0.1", m_port);
-        const auto signedUp = client.Post(
-            "/auth/register", json{{"email", email}, {"password", "correct horse"}}.dump(),
-            "application/json");
-        if (signedUp && signedUp->status == 200)
-            client.set_bearer_token_auth(json::parse(signedUp->body)["token"].get<std::string>());
-        return client;
-    }
-
-private:
-    ServerApp m_app;
-    int m_port;
-    std::thread m_thread;
-};
 
 json body(const httplib::Result &result)
 {
