@@ -11,6 +11,16 @@ AnswerStreamReader::AnswerStreamReader(int status, DeltaHandler onDelta, ActionH
 
 void AnswerStreamReader::feed(const QByteArray &bytes)
 {
+    if (m_skipping) {
+        qsizetype lineEnd = 0;
+        while (lineEnd < bytes.size() && bytes[lineEnd] != '\n' && bytes[lineEnd] != '\r')
+            ++lineEnd;
+        if (lineEnd == bytes.size())
+            return;
+        m_skipping = false;
+        feed(bytes.sliced(lineEnd + 1));
+        return;
+    }
     // What was pending holds no line break: only the new bytes are searched, so a long
     // line arriving in many reads is not scanned over and over.
     const qsizetype searched = m_pending.size();
@@ -33,10 +43,15 @@ void AnswerStreamReader::feed(const QByteArray &bytes)
         }
     }
     m_pending.remove(0, lineStart);
+    if (m_pending.size() > maxLineBytes) {
+        m_pending = QByteArray();
+        m_skipping = true;
+    }
 }
 
 void AnswerStreamReader::finish()
 {
+    m_skipping = false;
     const QByteArray rest = std::exchange(m_pending, {});
     handleLine(rest.constData(), rest.constData() + rest.size());
 }
@@ -47,7 +62,7 @@ void AnswerStreamReader::handleLine(const char *begin, const char *end)
         ++begin;
     while (end > begin && (end[-1] == ' ' || end[-1] == '\t'))
         --end;
-    if (begin == end)
+    if (begin == end || end - begin > maxLineBytes)
         return;
 
     const QJsonDocument document =

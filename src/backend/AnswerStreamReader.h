@@ -8,10 +8,13 @@
 // Reads the streamed answer: newline-delimited JSON objects that may arrive split
 // across network reads or several per read. Deltas and actions reach their callbacks
 // as soon as their line is complete; the last "answer" is kept; an "error" event
-// throws BackendError::http with the stream's (successful) status.
+// throws BackendError::http with the stream's (successful) status. A line longer than
+// maxLineBytes is skipped like any other line that is not an event, without being held.
 class AnswerStreamReader
 {
 public:
+    static constexpr qsizetype maxLineBytes = 4 * 1024 * 1024;
+
     using DeltaHandler = std::function<void(const QString &delta)>;
     using ActionHandler = std::function<void(const QString &type, const QString &name)>;
 
@@ -29,5 +32,6 @@ private:
     DeltaHandler m_onDelta;
     ActionHandler m_onAction;
     QByteArray m_pending;
+    bool m_skipping = false; // inside an overlong line, up to its break
     QString m_answer;
 };

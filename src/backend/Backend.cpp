@@ -138,16 +138,41 @@ QCoro::Task<BackendResponse> Backend::perform(BackendRequest request, Cancellati
         if (guard)
             guard->abort();
     });
+    // Read as it comes, so the reply is held once, and only up to a limit: a success up to
+    // maxReplyBytes, an error only as far as its message needs.
+    QByteArray body;
+    bool tooLarge = false;
+    bool cutShort = false;
+    const auto take = [&body, &tooLarge, &cutShort, reply = reply.get()] {
+        const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+        const bool success = status.toInt() >= 200 && status.toInt() <= 299;
+        const qsizetype limit = success ? maxReplyBytes : maxErrorReplyBytes;
+        body += reply->read(limit + 1 - body.size());
+        if (body.size() <= limit)
+            return;
+        if (success) {
+            tooLarge = true;
+        } else {
+            body.truncate(limit);
+            cutShort = true;
+        }
+        reply->abort();
+    };
+    QObject::connect(reply.get(), &QNetworkReply::readyRead, reply.get(), take);
     if (!reply->isFinished())
         co_await qCoro(reply.get()).waitForFinished();
+    if (!tooLarge && !cutShort)
+        take();
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (isTransportFailure(*reply))
+    if (tooLarge)
+        throw BackendError::tooLarge(maxReplyBytes);
+    if (!cutShort && isTransportFailure(*reply))
         throw BackendError::notReachable(m_baseURL);
     BackendResponse response;
     response.isHttp = status.isValid();
     response.status = status.isValid() ? status.toInt() : -1;
-    response.body = reply->readAll();
+    response.body = std::move(body);
     co_return response;
 }
 

@@ -40,6 +40,10 @@ public:
     using DeltaHandler = AnswerStreamReader::DeltaHandler;
     using ActionHandler = AnswerStreamReader::ActionHandler;
 
+    // A reply past this size fails as too large; an error reply is read only this far.
+    static constexpr qsizetype maxReplyBytes = 64 * 1024 * 1024;
+    static constexpr qsizetype maxErrorReplyBytes = 64 * 1024;
+
     // The instance of the application, on http://127.0.0.1:8787. The address is fixed.
     static Backend &shared();
     // A client of another address: for tests against a fake server only.

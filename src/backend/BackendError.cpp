@@ -17,6 +17,13 @@ BackendError BackendError::badResponse()
                         QStringLiteral("Unexpected response from the backend."));
 }
 
+BackendError BackendError::tooLarge(qint64 limitBytes)
+{
+    return BackendError(Kind::badResponse, 0, {},
+                        QStringLiteral("The backend's reply is too large (over %1 MB).")
+                            .arg(limitBytes / (1024 * 1024)));
+}
+
 BackendError BackendError::notReachable(const QUrl &baseURL)
 {
     return BackendError(Kind::notReachable, 0, {},

@@ -17,6 +17,8 @@ public:
 
     static BackendError http(int status, const QString &message);
     static BackendError badResponse();
+    // A reply over `limitBytes`: a badResponse that says so.
+    static BackendError tooLarge(qint64 limitBytes);
     static BackendError notReachable(const QUrl &baseURL);
 
     Kind kind() const { return m_kind; }

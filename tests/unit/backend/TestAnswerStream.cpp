@@ -115,6 +115,22 @@ private Q_SLOTS:
             << "";
     }
 
+    // A line past the limit is dropped as it comes, whichever way it is cut, and reading
+    // goes on after its break.
+    void overlongLineIsSkippedUnheld()
+    {
+        const QByteArray huge(AnswerStreamReader::maxLineBytes + 10, 'x');
+        const QByteArray stream = "{\"delta\":\"a\"}\n{\"delta\":\"" + huge +
+                                  "\"}\n{\"delta\":\"b\"}\n{\"answer\":\"ab\"}";
+        for (const QList<qsizetype> &cuts :
+             {QList<qsizetype>{}, QList<qsizetype>{20, 1000, AnswerStreamReader::maxLineBytes + 5},
+              QList<qsizetype>{AnswerStreamReader::maxLineBytes + 30}}) {
+            const Outcome outcome = read(stream, cuts);
+            QCOMPARE(outcome.events, (QStringList{"delta:a", "delta:b"}));
+            QCOMPARE(outcome.answer, QStringLiteral("ab"));
+        }
+    }
+
     void outcomes()
     {
         QFETCH(QByteArray, stream);
