@@ -209,6 +209,32 @@ row "Server requests per second, /health (wrk, 50 connections)" \
     "$(fmt '%.0f req/s' "${rps[0]:-}")" "—" "" "" || true
 row "Server requests per second, /history of 200 entries" \
     "$(fmt '%.0f req/s' "${rps[1]:-}")" "—" "" "" || true
+# wrk_latency N: "p50 p99 max" in ms of the Nth wrk run in server.txt.
+wrk_latency() {
+    awk -v want="$1" '
+        function ms(v) {
+            if (v ~ /us$/) return v / 1000; if (v ~ /ms$/) return v + 0
+            if (v ~ /s$/) return v * 1000; return v + 0 }
+        /^    Latency / { run++; if (run == want) max = ms($4) }
+        run == want && $1 == "50%" { p50 = ms($2) }
+        run == want && $1 == "99%" { p99 = ms($2) }
+        END { if (p99 != "") printf "%s %s %s\n", p50, p99, max }' "$logs/server.txt" 2>/dev/null
+}
+wrk_row() {
+    LC_ALL=C printf '%.2f ms median, %.2f ms p99, %.1f ms max' "$1" "$2" "$3"
+}
+read -r health_p50 health_p99 health_max <<<"$(wrk_latency 1)" || true
+row "Server latency, /health (wrk, 2 threads, 50 keep-alive connections)" \
+    "$([ -n "${health_p99:-}" ] && wrk_row "$health_p50" "$health_p99" "$health_max")" "—" "" "" ||
+    true
+read -r history_p50 history_p99 history_max <<<"$(wrk_latency 2)" || true
+row "Server latency, /history of 200 entries (same load), p99" \
+    "$([ -n "${history_p99:-}" ] && wrk_row "$history_p50" "$history_p99" "$history_max")" \
+    "≤ 20 ms" "${history_p99:-}" 20 ||
+    misses+=("/history under load: p99 $history_p99 ms, over 20 ms.")
+row "Server latency, /history of 200 entries (same load), max" \
+    "$(fmt '%.1f ms' "${history_max:-}")" "≤ 100 ms" "${history_max:-}" 100 ||
+    misses+=("/history under load: max $history_max ms, over 100 ms.")
 first_line=$(awk '/^median/ { sub(",", "", $2); print $2; exit }' "$logs/server.txt" \
     2>/dev/null || true)
 row "Server: first line of an offline answer (median)" "$(fmt '%s ms' "$first_line")" "—" "" "" ||

@@ -2,6 +2,7 @@
 
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
+#include <sqlite3.h>
 
 #include <chrono>
 #include <cstdio>
@@ -93,6 +94,12 @@ Database::Database(const std::string &path)
     m_db.exec("PRAGMA synchronous=NORMAL");
     m_db.setBusyTimeout(5000);
     migrate();
+}
+
+std::pair<long long, long long> Database::generation()
+{
+    return {sqlite3_total_changes64(m_db.getHandle()),
+            m_db.execAndGet("PRAGMA data_version").getInt64()};
 }
 
 int Database::schemaVersion()

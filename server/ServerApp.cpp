@@ -1,5 +1,6 @@
 #include "ServerApp.h"
 
+#include "ElasticTaskQueue.h"
 #include "HttpError.h"
 #include "RequestBody.h"
 #include "SlowReply.h"
@@ -12,6 +13,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+
+#include <sys/socket.h>
 
 namespace {
 
@@ -39,9 +42,16 @@ ServerApp::ServerApp(const std::string &dataDirectory, ServerConfig config)
     // Headers and body go out in separate writes; with Nagle's algorithm the second waits for
     // the client's delayed ACK, which put 40 ms on every reply.
     m_server->set_tcp_nodelay(true);
-    // A connection keeps its thread while it lives, and a connection waiting for a thread
-    // waits unseen: with 16, wrk's 50 connections saw time-outs. Idle threads cost little.
-    m_server->new_task_queue = [] { return new httplib::ThreadPool(64); };
+    // A connection keeps its worker while it lives, idle or not: workers are added as
+    // connections come, so none waits behind another's idle keep-alive time.
+    m_server->new_task_queue = [] { return new ElasticTaskQueue(keptWorkers, maxWorkers); };
+    // In place of httplib's own options, which include SO_REUSEPORT: with it a second server
+    // would share the port instead of failing to start.
+    m_server->set_socket_options([this](int socket) {
+        const int yes = 1;
+        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        m_listener = socket;
+    });
     m_server->set_keep_alive_max_count(100);
     // Refuse an oversized body from its announced length, before reading any of it.
     m_server->set_pre_routing_handler([](const httplib::Request &request,
@@ -98,6 +108,11 @@ int ServerApp::bind(int port)
 {
     m_port = port == 0 ? m_server->bind_to_any_port("127.0.0.1")
                        : (m_server->bind_to_port("127.0.0.1", port) ? port : -1);
+    // httplib listens with a backlog of 5: clients reconnecting together overflowed it, and
+    // each connection refused that way waited a second for its retry. Listening again only
+    // changes the backlog.
+    if (m_port > 0 && m_listener >= 0)
+        ::listen(m_listener, SOMAXCONN);
     return m_port;
 }
 
@@ -161,9 +176,24 @@ void ServerApp::addRoutes()
         return UserData(m_database, signedIn(request));
     };
     const auto ok = json::object();
-    m_server->Get("/history", route([data](const httplib::Request &request) {
-                      return data(request).history(scopeOf(request));
-                  }));
+    // Clients poll the history: its reply is kept until the database changes.
+    m_server->Get("/history", [this](const httplib::Request &request, httplib::Response &response) {
+        try {
+            std::string body;
+            {
+                std::lock_guard lock(m_lock);
+                const std::string user = userOf(request);
+                const auto scope = scopeOf(request);
+                body = m_replies.get(m_database, user + '\n' + scope.value_or("*"), [&] {
+                    return UserData(m_database, user).history(scope).dump();
+                });
+            }
+            response.status = 200;
+            response.set_content(body, "application/json");
+        } catch (const std::exception &error) {
+            RequestBody::sendError(response, HttpError::from(error));
+        }
+    });
     m_server->Post("/history", route([data](const httplib::Request &request) {
                        const json body = RequestBody::json(request);
                        return data(request).addHistory(RequestBody::stringField(body, "kind"),

@@ -5,6 +5,7 @@
 #include "Database.h"
 #include "Engines.h"
 #include "MeetingService.h"
+#include "ReplyCache.h"
 #include "RequestBody.h"
 
 #include <nlohmann/json.hpp>
@@ -27,6 +28,9 @@ public:
     static constexpr std::size_t maxJsonBytes = RequestBody::maxJsonBytes;
     static constexpr std::size_t maxMultipartBytes = 64u << 20;
     static constexpr std::size_t maxUploadBytes = std::size_t(4) << 30;
+    // Workers kept when idle, and the most at once (one per open connection).
+    static constexpr std::size_t keptWorkers = 8;
+    static constexpr std::size_t maxWorkers = 1024;
 
     ServerApp(const std::string &dataDirectory, ServerConfig config);
     ~ServerApp();
@@ -51,10 +55,12 @@ private:
     std::string m_dataDirectory;
     std::mutex m_lock; // one request at a time touches the database
     Database m_database;
+    ReplyCache m_replies; // under m_lock
     AccountService m_accounts;
     Engines m_engines;
     MeetingService m_meetings;
     AssistantRoutes m_assistant;
     int m_port = 0;
+    int m_listener = -1;
     std::unique_ptr<httplib::Server> m_server;
 };
