@@ -472,16 +472,34 @@ void CaptureSessionController::deliverTranscript(const QString &rawText, const S
         return;
     }
 
-    m_services.paster.paste(text, [this] {
-        // Nothing may fail silently: the text is on the clipboard, the user pastes it.
-        m_services.model.log(QStringLiteral(
-            "Could not send the paste keystroke; the transcript is on the clipboard."));
-        setStatus(QStringLiteral("Copied to clipboard ✓"));
-        m_services.hud.showError(QStringLiteral("Copied — press Ctrl+V"));
-    });
+    m_services.paster.paste(text, [this](Paster::Outcome outcome) { pasteChecked(outcome); });
     m_services.model.log(QStringLiteral("Pasted into focused app."));
     setStatus(QStringLiteral("Pasted ✓"));
     m_services.corrections.watch(text);
+}
+
+void CaptureSessionController::pasteChecked(Paster::Outcome outcome)
+{
+    switch (outcome) {
+    case Paster::Outcome::landed:
+        m_services.model.log(QStringLiteral("Paste checked: the text is in the field."));
+        return;
+    case Paster::Outcome::unchecked:
+        m_services.model.log(
+            QStringLiteral("Paste not checked: the focused field does not show its text."));
+        return;
+    case Paster::Outcome::unsent:
+        m_services.model.log(QStringLiteral(
+            "Could not send the paste keystroke; the transcript is on the clipboard."));
+        break;
+    case Paster::Outcome::missing:
+        m_services.model.log(QStringLiteral(
+            "The paste did not reach the focused field; the transcript is on the clipboard."));
+        break;
+    }
+    // Nothing may fail silently: the text is on the clipboard, the user pastes it.
+    setStatus(QStringLiteral("Copied to clipboard ✓"));
+    m_services.hud.showError(QStringLiteral("Copied — press Ctrl+V"));
 }
 
 void CaptureSessionController::failSession(CaptureMode mode, const QString &description)

@@ -4,6 +4,7 @@
 #include "backend/Backend.h"
 #include "core/CancellationToken.h"
 #include "core/TimerHandle.h"
+#include "desktop/Paster.h"
 #include "hotkeys/CaptureMode.h"
 #include "stores/Settings.h"
 
@@ -19,7 +20,6 @@ class AuthStore;
 class Corrections;
 class HistoryStore;
 class InstalledApps;
-class Paster;
 class PermissionProbe;
 class RecordingHUD;
 class Scheduler;
@@ -112,6 +112,8 @@ private:
     void finishAskStream(const QString &answer);
     void watchdogFired();
     void failSession(CaptureMode mode, const QString &description);
+    // Logs how a paste went; one that did not arrive leaves the HUD saying so.
+    void pasteChecked(Paster::Outcome outcome);
     void setStatus(const QString &text);
     static bool isGone(const QObject *self, const CancellationToken &token);
 

@@ -144,6 +144,8 @@ QCoro::Task<BackendResponse> Backend::perform(BackendRequest request, Cancellati
     bool tooLarge = false;
     bool cutShort = false;
     const auto take = [&body, &tooLarge, &cutShort, reply = reply.get()] {
+        if (!reply->isOpen())
+            return;
         const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
         const bool success = status.toInt() >= 200 && status.toInt() <= 299;
         const qsizetype limit = success ? maxReplyBytes : maxErrorReplyBytes;

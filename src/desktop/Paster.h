@@ -5,30 +5,53 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 class ClipboardWriter;
+class FocusedTextReader;
 class KeySynthesizer;
 class Scheduler;
+class TextElement;
 
 // Puts text into the focused application: the clipboard (which keeps the text
 // afterwards), then the paste keystroke 0.12 s later. A modifier the user still holds does
-// not spoil it: the keystroke is sent with the paste chord's modifiers alone.
+// not spoil it: the keystroke is sent with the paste chord's modifiers alone. Where the
+// focused field shows its text to the accessibility layer, it then looks whether the text
+// arrived there.
 class Paster
 {
 public:
     static constexpr double pasteDelay = 0.12;
+    // After the keystroke, when the field is looked at; an application that is slow to
+    // take the paste gets the second look before the text counts as missing.
+    static constexpr double firstCheck = 0.25;
+    static constexpr double lastCheck = 1.0;
 
-    // `writer`: null for Qt's own clipboard.
-    Paster(KeySynthesizer &keys, Scheduler &scheduler, ClipboardWriter *writer = nullptr);
-    // `undelivered` runs when the keystroke could not be sent: the text stays on the
-    // clipboard for the user to paste.
-    void paste(const QString &text, std::function<void()> undelivered = {});
+    enum class Outcome {
+        unsent,   // no keystroke could be sent
+        landed,   // the field's text gained it
+        missing,  // the field's text stayed without it
+        unchecked // no field, or one whose text can't be read
+    };
+    using OutcomeHandler = std::function<void(Outcome)>;
+
+    // `writer`: null for Qt's own clipboard. `fields`: null to send without checking.
+    Paster(KeySynthesizer &keys, Scheduler &scheduler, ClipboardWriter *writer = nullptr,
+           FocusedTextReader *fields = nullptr);
+    // `outcome` hears how it went; whatever it was, the text stays on the clipboard for the
+    // user to paste.
+    void paste(const QString &text, OutcomeHandler outcome = {});
     // Only onto the clipboard, where the user pastes it.
     void copy(const QString &text);
 
 private:
+    struct Check;
+    void look(std::shared_ptr<Check> check, bool last);
+
     KeySynthesizer &m_keys;
     ClipboardWriter *m_writer;
+    FocusedTextReader *m_fields;
     Scheduler &m_scheduler;
     TimerHandle m_pending;
 };

@@ -179,6 +179,32 @@ private Q_SLOTS:
         gtk.waitForFinished();
     }
 
+    // A GTK field that takes the paste, and one that drops it: the paster looks at the
+    // field through AT-SPI and says which.
+    void pasteIsCheckedInTheField()
+    {
+        for (const bool ignores : {false, true}) {
+            QProcess gtk;
+            QStringList arguments{QStringLiteral(GTK_ENTRY_SCRIPT)};
+            if (ignores)
+                arguments << QStringLiteral("--ignore-paste");
+            gtk.start("/usr/bin/python3", arguments);
+            QVERIFY(gtk.waitForStarted());
+            X11KeySynthesizer keys;
+            AtspiFocusedTextReader fields;
+            QTRY_VERIFY_WITH_TIMEOUT(keys.focusedWindowClass().contains("gtk_entry"), 10000);
+            QTRY_VERIFY_WITH_TIMEOUT(fields.focusedElement() != nullptr, 10000);
+            Paster paster(keys, m_scheduler, nullptr, &fields);
+            std::optional<Paster::Outcome> outcome;
+            paster.paste(QStringLiteral("Grüße aus der Küche"),
+                         [&outcome](Paster::Outcome result) { outcome = result; });
+            QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 5000);
+            QCOMPARE(*outcome, ignores ? Paster::Outcome::missing : Paster::Outcome::landed);
+            gtk.kill();
+            gtk.waitForFinished();
+        }
+    }
+
     void selectionOfAnotherApplication()
     {
         QProcess other;

@@ -105,10 +105,14 @@ struct FakeKeySynthesizer : KeySynthesizer, Noting
         note(command == Command::paste ? "keys paste" : "keys copy");
         if (command == Command::copy && onCopy)
             onCopy();
+        if (command == Command::paste && delivers && onPaste)
+            onPaste();
         return delivers;
     }
     bool delivers = true;
     std::function<void()> onCopy;
+    // What the focused application does with a paste.
+    std::function<void()> onPaste;
 };
 
 // A clipboard owned by "another application": a copy sets `text` and counts a change.

@@ -95,6 +95,8 @@ struct Rig
         QObject::connect(&sounds, &Sounds::played, [this](Sounds::Sound sound) {
             note(QStringList{"cue.start", "cue.stop", "cue.done", "cue.fail"}.at(int(sound)));
         });
+        // The focused field takes a paste as a text field does.
+        keys.onPaste = [this] { focus.focused->text += QGuiApplication::clipboard()->text(); };
         // The clipboard watcher counts every owner change, ours too.
         QObject::connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, &controller,
                          [this] {
@@ -189,7 +191,7 @@ struct Rig
     FakeKeySynthesizer keys;
     FakeFocusedText focus;
     FakeClipboardWatcher clipboard;
-    Paster paster{keys, scheduler};
+    Paster paster{keys, scheduler, nullptr, &focus};
     SelectionReader selection{focus, keys, clipboard};
     FakeHUDPanel panel;
     FakeScreens hudScreens;

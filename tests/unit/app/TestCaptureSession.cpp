@@ -317,6 +317,60 @@ private Q_SLOTS:
             "Could not send the paste keystroke; the transcript is on the clipboard."));
     }
 
+    // After the keystroke the field is looked at: what arrived is logged, what did not is
+    // left on the clipboard with the HUD saying so.
+    void pasteIsChecked_data()
+    {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("log");
+        QTest::addColumn<bool>("told");
+        QTest::newRow("arrives") << "takes it"
+                                 << "Paste checked: the text is in the field." << false;
+        QTest::newRow("arrives late") << "late"
+                                      << "Paste checked: the text is in the field." << false;
+        QTest::newRow("ignores it")
+            << "ignores it"
+            << "The paste did not reach the focused field; the transcript is on the clipboard."
+            << true;
+        QTest::newRow("unreadable")
+            << "unreadable"
+            << "Paste not checked: the focused field does not show its text." << false;
+        QTest::newRow("password") << "password"
+                                  << "Paste not checked: the focused field does not show its text."
+                                  << false;
+        QTest::newRow("nothing focused")
+            << "none"
+            << "Paste not checked: the focused field does not show its text." << false;
+    }
+    void pasteIsChecked()
+    {
+        QFETCH(QString, field);
+        QFETCH(QString, log);
+        QFETCH(bool, told);
+        Rig rig;
+        rig.setSettings(true, true);
+        rig.backend.transcribeCall.result = "hello world";
+        // The same words already there before do not count as the paste.
+        rig.focus.focused->text = QStringLiteral("Earlier: hello\nworld. ");
+        if (field == "ignores it" || field == "late" || field == "none")
+            rig.keys.onPaste = {};
+        rig.focus.focused->readable = field != "unreadable";
+        rig.focus.focused->secret = field == "password";
+        if (field == "none")
+            rig.focus.focused.reset();
+        QStringList notes = rig.dictate();
+        if (field == "late") {
+            rig.scheduler.advance(Paster::firstCheck);
+            rig.focus.focused->text += QStringLiteral("hello world");
+        }
+        rig.scheduler.advance(Paster::lastCheck);
+        const QStringList logged = rig.log();
+        notes << rig.take();
+        QVERIFY2(logged.endsWith(log), qPrintable(logged.join(u'\n')));
+        QCOMPARE(notes.contains("hud error(Copied — press Ctrl+V)"), told);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("hello world"));
+    }
+
     void dictationOutcomes_data()
     {
         QTest::addColumn<bool>("pasteAutomatically");

@@ -51,7 +51,10 @@ private Q_SLOTS:
         Paster paster(keys, scheduler, &clipboard);
 
         int undelivered = 0;
-        paster.paste(QStringLiteral("hello"), [&] { ++undelivered; });
+        const auto counted = [&](Paster::Outcome outcome) {
+            undelivered += outcome == Paster::Outcome::unsent;
+        };
+        paster.paste(QStringLiteral("hello"), counted);
         QCOMPARE(clipboard.writes, QStringList{"hello"});
         scheduler.advance(Paster::pasteDelay);
         QCOMPARE(notes, QStringList{"keys paste"});
@@ -59,14 +62,14 @@ private Q_SLOTS:
 
         // No keystroke could be sent: the caller hears of it, the text stays copied.
         keys.delivers = false;
-        paster.paste(QStringLiteral("again"), [&] { ++undelivered; });
+        paster.paste(QStringLiteral("again"), counted);
         scheduler.advance(Paster::pasteDelay);
         QCOMPARE(undelivered, 1);
         QCOMPARE(watcher.ownerText, std::optional<QString>(QStringLiteral("again")));
 
         // A newer paste replaces one not yet sent.
         keys.delivers = true;
-        paster.paste(QStringLiteral("first"), [&] { ++undelivered; });
+        paster.paste(QStringLiteral("first"), counted);
         paster.paste(QStringLiteral("second"));
         scheduler.advance(Paster::pasteDelay);
         QCOMPARE(notes.count("keys paste"), 3);
