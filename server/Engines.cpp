@@ -8,13 +8,17 @@
 
 namespace {
 
-OnDemandTranscriber::Factory transcriberFactory(const ServerConfig &config)
+// `thorough`: for recordings nobody waits on, the offline engine takes its slower pass.
+OnDemandTranscriber::Factory transcriberFactory(const ServerConfig &config, bool thorough)
 {
     if (config.transcription.active()) {
         const ServerConfig::Upstream upstream = config.transcription;
         return [upstream] { return std::make_unique<OpenAiTranscriber>(upstream); };
     }
-    return [] { return std::make_unique<SphinxTranscriber>(); };
+    return [thorough] {
+        return std::make_unique<SphinxTranscriber>(thorough ? SphinxTranscriber::thoroughModel()
+                                                            : SphinxTranscriber::defaultModel());
+    };
 }
 
 std::string transcriberDescription(const ServerConfig &config)
@@ -29,9 +33,10 @@ std::string transcriberDescription(const ServerConfig &config)
 Engines::Engines(ServerConfig config)
     : m_config(std::move(config)),
       m_chat(m_config.chat.active() ? std::make_unique<OpenAiChatModel>(m_config.chat) : nullptr),
-      m_transcriber(transcriberFactory(m_config), transcriberDescription(m_config)),
+      m_transcriber(transcriberFactory(m_config, false), transcriberDescription(m_config)),
+      m_meetingTranscriber(transcriberFactory(m_config, true), transcriberDescription(m_config)),
       m_screenText(std::make_unique<ScreenTextReader>()),
-      m_meetings(std::make_unique<SpeechMeetingProcessor>(m_transcriber, m_chat.get()))
+      m_meetings(std::make_unique<SpeechMeetingProcessor>(m_meetingTranscriber, m_chat.get()))
 {}
 
 Engines::~Engines() = default;

@@ -32,6 +32,7 @@ private:
     ServerConfig m_config;
     std::unique_ptr<ChatModel> m_chat;
     OnDemandTranscriber m_transcriber;
+    OnDemandTranscriber m_meetingTranscriber; // its own decoders, made when a meeting comes
     std::unique_ptr<ScreenTextReader> m_screenText;
     std::unique_ptr<MeetingProcessor> m_meetings;
 };

@@ -28,8 +28,11 @@ public:
         std::vector<std::pair<std::string, std::string>> options;
     };
 
-    // The model Debian's pocketsphinx-en-us installs.
+    // The model Debian's pocketsphinx-en-us installs, decoded in one pass: what a dictation
+    // uses, where the wait after the key's release counts.
     static Model defaultModel();
+    // The same with the second, flat pass: for recordings nobody waits on (meetings).
+    static Model thoroughModel();
     // Empty when the model's files are all there; otherwise what is missing, for the user.
     static std::string missingReason(const Model &model = defaultModel());
     static bool available(const Model &model = defaultModel())

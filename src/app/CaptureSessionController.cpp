@@ -7,6 +7,7 @@
 #include "core/Scheduler.h"
 #include "core/Text.h"
 #include "correction/Corrections.h"
+#include "desktop/ClipboardKeeper.h"
 #include "desktop/Paster.h"
 #include "desktop/SelectionReader.h"
 #include "hud/RecordingHUD.h"
@@ -208,9 +209,14 @@ void CaptureSessionController::startRecording(CaptureMode mode, bool handsFree)
     }
     m_services.hud.show(HUDMode::recording(mode));
     m_services.sounds.play(Sound::start);
-    if (mode == CaptureMode::paste)
+    if (mode == CaptureMode::paste) {
+        const Settings settings = m_services.settings.current();
         m_stream = DictationStream::follow(m_services.recorder, m_services.backend,
-                                           m_services.settings.current().cleanupEnabled);
+                                           settings.cleanupEnabled);
+        // Read while the key is held: the clipboard is about to get the transcript.
+        if (settings.pasteAutomatically && settings.restoreClipboard)
+            m_services.clipboardKeeper.remember();
+    }
 }
 
 void CaptureSessionController::readAskContext()
@@ -472,7 +478,16 @@ void CaptureSessionController::deliverTranscript(const QString &rawText, const S
         return;
     }
 
-    m_services.paster.paste(text, [this](Paster::Outcome outcome) { pasteChecked(outcome); });
+    std::optional<ClipboardContents> previous;
+    if (settings.restoreClipboard) {
+        previous = m_services.clipboardKeeper.remembered();
+        if (!previous)
+            m_services.model.log(QStringLiteral("The clipboard will not be restored: %1.")
+                                     .arg(m_services.clipboardKeeper.problem()));
+        m_services.clipboardKeeper.forget();
+    }
+    m_services.paster.paste(
+        text, [this](Paster::Outcome outcome) { pasteChecked(outcome); }, std::move(previous));
     m_services.model.log(QStringLiteral("Pasted into focused app."));
     setStatus(QStringLiteral("Pasted ✓"));
     m_services.corrections.watch(text);

@@ -17,6 +17,7 @@
 class AppModel;
 class AudioRecorder;
 class AuthStore;
+class ClipboardKeeper;
 class Corrections;
 class HistoryStore;
 class InstalledApps;
@@ -39,6 +40,7 @@ struct CaptureServices
     InstalledApps &apps;
     PermissionProbe &permissions;
     Paster &paster;
+    ClipboardKeeper &clipboardKeeper;
     SelectionReader &selection;
     RecordingHUD &hud;
     Corrections &corrections;

@@ -4,6 +4,7 @@
 #include "audio/AudioRecorder.h"
 #include "audio/Sounds.h"
 #include "correction/Corrections.h"
+#include "desktop/ClipboardKeeper.h"
 #include "desktop/Paster.h"
 #include "desktop/QtScreens.h"
 #include "desktop/SelectionReader.h"
@@ -29,6 +30,7 @@ struct CaptureStack::Components
           hud(hudPanel, screens, clock, scheduler, HistoryStore::shared()),
           paster(platform.keySynthesizer, scheduler, platform.clipboardWriter,
                  &platform.focusedText),
+          clipboardKeeper(platform.clipboardReaders),
           selection(platform.focusedText, platform.keySynthesizer, platform.clipboard,
                     platform.clipboardWriter),
           screenshots(platform.windowSystem, platform.screenGrabber),
@@ -41,6 +43,7 @@ struct CaptureStack::Components
               .apps = platform.installedApps,
               .permissions = platform.permissions,
               .paster = paster,
+              .clipboardKeeper = clipboardKeeper,
               .selection = selection,
               .hud = hud,
               .corrections = corrections,
@@ -61,6 +64,7 @@ struct CaptureStack::Components
     QuickHUDPanel hudPanel;
     RecordingHUD hud;
     Paster paster;
+    ClipboardKeeper clipboardKeeper;
     SelectionReader selection;
     ScreenCapturer screenshots;
     Corrections corrections;

@@ -97,6 +97,8 @@ DesktopPlatform::~DesktopPlatform() = default;
 
 PlatformServices DesktopPlatform::services()
 {
+    // XWayland's clipboard where Wayland's own is not written to directly.
+    const auto clipboardReaders = [] { return std::make_unique<XFixesClipboardWatcher>(); };
     if (!d->wayland)
         return PlatformServices{.permissions = d->x11Permissions,
                                 .loginItem = d->loginItem,
@@ -108,6 +110,7 @@ PlatformServices DesktopPlatform::services()
                                 .installedApps = d->installedApps,
                                 .accessibilitySwitch = d->accessibilitySwitch,
                                 .windowSystem = &d->windowSystem,
+                                .clipboardReaders = clipboardReaders,
                                 .desktopName = QStringLiteral("X11"),
                                 .desktopRungs = x11Rungs()};
     WaylandPlatform &wayland = *d->wayland;
@@ -124,6 +127,7 @@ PlatformServices DesktopPlatform::services()
                             .windowSystem = &d->windowSystem,
                             .clipboardWriter = wayland.clipboardWriter(),
                             .screenGrabber = wayland.screenGrabber(),
+                            .clipboardReaders = clipboardReaders,
                             .desktopName = wayland.desktopName(),
                             .desktopRungs = wayland.choice().rungs};
 }

@@ -2,6 +2,9 @@
 
 #include "platform/DesktopRung.h"
 
+#include <functional>
+#include <memory>
+
 class AccessibilitySwitch;
 class ClipboardWatcher;
 class ClipboardWriter;
@@ -33,6 +36,9 @@ struct PlatformServices
     ClipboardWriter *clipboardWriter = nullptr;
     // Null: the screen is grabbed through Qt.
     ScreenGrabber *screenGrabber = nullptr;
+    // A clipboard reader of its own for each call, for a worker thread; empty when the
+    // clipboard can't be read that way (it is then not restored after a paste).
+    std::function<std::unique_ptr<ClipboardWatcher>()> clipboardReaders = {};
     // The session ("X11", "Wayland (sway)") and how each function reaches it.
     QString desktopName = {};
     DesktopRungs desktopRungs = {};

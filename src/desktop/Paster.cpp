@@ -7,6 +7,8 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QMimeData>
+#include <QPointer>
 
 namespace {
 
@@ -23,14 +25,35 @@ QString squeezed(const QString &text)
     return out;
 }
 
+// The transcript as our clipboard offers it; notes each fetch by another application.
+class WatchedMimeData : public QMimeData
+{
+public:
+    std::function<void()> fetched;
+
+protected:
+    QVariant retrieveData(const QString &format, QMetaType type) const override
+    {
+        if (fetched)
+            fetched();
+        return QMimeData::retrieveData(format, type);
+    }
+};
+
 } // namespace
 
 struct Paster::Check
 {
-    QString text;
+    QString text;     // as typed
+    QString squeezed; // as compared
     std::unique_ptr<TextElement> field;
     qsizetype before = 0; // how often the field held the text before the keystroke
     OutcomeHandler outcome;
+    std::optional<ClipboardContents> previous;
+    QPointer<QMimeData> ours;
+    bool sent = false;
+    bool restored = false;
+    bool keepText = false; // the paste did not arrive: the text stays for the user
 };
 
 Paster::Paster(KeySynthesizer &keys, Scheduler &scheduler, ClipboardWriter *writer,
@@ -46,32 +69,55 @@ void Paster::copy(const QString &text)
         QGuiApplication::clipboard()->setText(text, QClipboard::Clipboard);
 }
 
-void Paster::paste(const QString &text, OutcomeHandler outcome)
+void Paster::paste(const QString &text, OutcomeHandler outcome,
+                   std::optional<ClipboardContents> previous)
 {
-    copy(text);
+    m_restore.cancel();
     auto check = std::make_shared<Check>();
+    check->text = text;
     check->outcome = std::move(outcome);
-    check->text = squeezed(text);
+    check->squeezed = squeezed(text);
+    if (previous && !m_writer) {
+        check->previous = std::move(previous);
+        auto *mime = new WatchedMimeData;
+        mime->setText(text);
+        std::weak_ptr<Check> weak = check;
+        mime->fetched = [this, weak] {
+            const std::shared_ptr<Check> fetchedCheck = weak.lock();
+            // Fetches before the keystroke are a clipboard manager's, not the target's.
+            if (!fetchedCheck || !fetchedCheck->sent || fetchedCheck->restored)
+                return;
+            m_restore = m_scheduler.schedule(restoreAfterFetch,
+                                             [this, fetchedCheck] { restore(fetchedCheck); });
+        };
+        check->ours = mime;
+        QGuiApplication::clipboard()->setMimeData(mime, QClipboard::Clipboard);
+    } else {
+        copy(text);
+    }
     // Read during the wait before the keystroke, which it does not delay.
-    if (m_fields && check->outcome && !check->text.isEmpty()) {
+    if (m_fields && check->outcome && !check->squeezed.isEmpty()) {
         check->field = m_fields->focusedElement();
         const std::optional<QString> before =
             check->field && !check->field->isSecret() ? check->field->value() : std::nullopt;
         if (before)
-            check->before = squeezed(*before).count(check->text);
+            check->before = squeezed(*before).count(check->squeezed);
         else
             check->field.reset();
     }
     m_pending = m_scheduler.schedule(pasteDelay, [this, check] {
         if (!m_keys.send(KeySynthesizer::Command::paste)) {
-            if (check->outcome)
-                check->outcome(Outcome::unsent);
+            report(check, Outcome::unsent);
             return;
         }
-        if (!check->outcome)
-            return;
+        check->sent = true;
+        if (check->previous) {
+            // After the last look at the field, so a paste found missing keeps its text.
+            m_restore =
+                m_scheduler.schedule(restoreDeadline + 0.01, [this, check] { restore(check); });
+        }
         if (!check->field) {
-            check->outcome(Outcome::unchecked);
+            report(check, Outcome::unchecked);
             return;
         }
         m_pending = m_scheduler.schedule(firstCheck, [this, check] { look(check, false); });
@@ -82,13 +128,47 @@ void Paster::look(std::shared_ptr<Check> check, bool last)
 {
     const std::optional<QString> after = check->field->value();
     if (!after) {
-        check->outcome(Outcome::unchecked);
-    } else if (squeezed(*after).count(check->text) > check->before) {
-        check->outcome(Outcome::landed);
+        report(check, Outcome::unchecked);
+    } else if (squeezed(*after).count(check->squeezed) > check->before) {
+        report(check, Outcome::landed);
     } else if (last) {
-        check->outcome(Outcome::missing);
+        report(check, Outcome::missing);
     } else {
         m_pending =
             m_scheduler.schedule(lastCheck - firstCheck, [this, check] { look(check, true); });
     }
+}
+
+void Paster::report(const std::shared_ptr<Check> &check, Outcome outcome)
+{
+    if (outcome == Outcome::unsent || outcome == Outcome::missing) {
+        check->keepText = true;
+        if (check->restored)
+            copy(check->text); // put back too soon: the user needs the text now
+        m_restore.cancel();
+    }
+    if (check->outcome)
+        check->outcome(outcome);
+}
+
+void Paster::restore(const std::shared_ptr<Check> &check)
+{
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    // Someone copied something since: that is the clipboard now.
+    if (check->restored || check->keepText || !check->previous || !check->ours ||
+        clipboard->mimeData(QClipboard::Clipboard) != check->ours.data())
+        return;
+    check->restored = true;
+    if (check->previous->isEmpty()) {
+        clipboard->clear(QClipboard::Clipboard); // it held nothing
+        return;
+    }
+    auto *mime = new QMimeData;
+    for (const auto &[format, bytes] : std::as_const(*check->previous)) {
+        if (format == QLatin1String("UTF8_STRING"))
+            mime->setText(QString::fromUtf8(bytes));
+        else
+            mime->setData(format, bytes);
+    }
+    clipboard->setMimeData(mime, QClipboard::Clipboard);
 }

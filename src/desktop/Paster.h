@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/TimerHandle.h"
+#include "platform/ClipboardWatcher.h"
 
 #include <QString>
 
@@ -18,7 +19,9 @@ class TextElement;
 // afterwards), then the paste keystroke 0.12 s later. A modifier the user still holds does
 // not spoil it: the keystroke is sent with the paste chord's modifiers alone. Where the
 // focused field shows its text to the accessibility layer, it then looks whether the text
-// arrived there.
+// arrived there. Given what the clipboard held before, it puts that back once the target has
+// fetched the text, or a second after the keystroke; never when the paste did not arrive,
+// since the user then pastes the text by hand.
 class Paster
 {
 public:
@@ -27,6 +30,10 @@ public:
     // take the paste gets the second look before the text counts as missing.
     static constexpr double firstCheck = 0.25;
     static constexpr double lastCheck = 1.0;
+    // An application may fetch several formats one after another: the clipboard goes back
+    // this long after the last fetch, and at the latest `restoreDeadline` after the keystroke.
+    static constexpr double restoreAfterFetch = 0.2;
+    static constexpr double restoreDeadline = 1.0;
 
     enum class Outcome {
         unsent,   // no keystroke could be sent
@@ -39,19 +46,23 @@ public:
     // `writer`: null for Qt's own clipboard. `fields`: null to send without checking.
     Paster(KeySynthesizer &keys, Scheduler &scheduler, ClipboardWriter *writer = nullptr,
            FocusedTextReader *fields = nullptr);
-    // `outcome` hears how it went; whatever it was, the text stays on the clipboard for the
-    // user to paste.
-    void paste(const QString &text, OutcomeHandler outcome = {});
+    // `outcome` hears how it went. `previous`: what to put back on the clipboard afterwards
+    // (only where the clipboard is Qt's own); without it the text stays there.
+    void paste(const QString &text, OutcomeHandler outcome = {},
+               std::optional<ClipboardContents> previous = std::nullopt);
     // Only onto the clipboard, where the user pastes it.
     void copy(const QString &text);
 
 private:
     struct Check;
     void look(std::shared_ptr<Check> check, bool last);
+    void report(const std::shared_ptr<Check> &check, Outcome outcome);
+    void restore(const std::shared_ptr<Check> &check);
 
     KeySynthesizer &m_keys;
     ClipboardWriter *m_writer;
     FocusedTextReader *m_fields;
     Scheduler &m_scheduler;
     TimerHandle m_pending;
+    TimerHandle m_restore;
 };

@@ -69,6 +69,8 @@ std::optional<Settings> Settings::decode(const QJsonValue &value)
         settings.includeComputerAudio = v.toBool();
     if (const QJsonValue v = object.value(QLatin1String("warmMicrophone")); v.isBool())
         settings.warmMicrophone = v.toBool();
+    if (const QJsonValue v = object.value(QLatin1String("restoreClipboard")); v.isBool())
+        settings.restoreClipboard = v.toBool();
     return settings;
 }
 
@@ -84,5 +86,6 @@ QJsonObject Settings::encode() const
         {QStringLiteral("micUID"), micUID},
         {QStringLiteral("includeComputerAudio"), includeComputerAudio},
         {QStringLiteral("warmMicrophone"), warmMicrophone},
+        {QStringLiteral("restoreClipboard"), restoreClipboard},
     };
 }

@@ -29,6 +29,8 @@ struct Settings
     bool includeComputerAudio = true;
     // The microphone stays open between dictations, keeping the last moment before the key.
     bool warmMicrophone = false;
+    // After a paste, what the clipboard held before goes back once the target has the text.
+    bool restoreClipboard = true;
 
     // The shortcut that starts `mode`.
     const Shortcut &shortcut(CaptureMode mode) const;
@@ -37,7 +39,7 @@ struct Settings
     // and a hotkey in the older string form is converted. Only a value that is not an
     // object fails (nullopt).
     static std::optional<Settings> decode(const QJsonValue &value);
-    // All eight keys, always.
+    // Every key, always.
     QJsonObject encode() const;
 
     friend bool operator==(const Settings &, const Settings &) = default;

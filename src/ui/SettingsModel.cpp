@@ -93,6 +93,16 @@ void SettingsModel::setWarmMicrophone(bool on)
     edit([on](Settings &s) { s.warmMicrophone = on; });
 }
 
+bool SettingsModel::restoreClipboard() const
+{
+    return current().restoreClipboard;
+}
+
+void SettingsModel::setRestoreClipboard(bool on)
+{
+    edit([on](Settings &s) { s.restoreClipboard = on; });
+}
+
 QJsonObject SettingsModel::pushToTalkKey() const
 {
     return current().pushToTalkKey.encode();

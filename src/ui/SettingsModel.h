@@ -26,6 +26,7 @@ class SettingsModel : public QObject
     Q_PROPERTY(bool includeComputerAudio READ includeComputerAudio WRITE setIncludeComputerAudio
                    NOTIFY changed)
     Q_PROPERTY(bool warmMicrophone READ warmMicrophone WRITE setWarmMicrophone NOTIFY changed)
+    Q_PROPERTY(bool restoreClipboard READ restoreClipboard WRITE setRestoreClipboard NOTIFY changed)
     // Shortcuts as settings.json holds them.
     Q_PROPERTY(QJsonObject pushToTalkKey READ pushToTalkKey WRITE setPushToTalkKey NOTIFY changed)
     Q_PROPERTY(QJsonObject askKey READ askKey WRITE setAskKey NOTIFY changed)
@@ -46,6 +47,8 @@ public:
     void setIncludeComputerAudio(bool on);
     bool warmMicrophone() const;
     void setWarmMicrophone(bool on);
+    bool restoreClipboard() const;
+    void setRestoreClipboard(bool on);
     QJsonObject pushToTalkKey() const;
     void setPushToTalkKey(const QJsonObject &shortcut);
     QJsonObject askKey() const;

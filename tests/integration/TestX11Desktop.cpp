@@ -3,6 +3,7 @@
 // pasted into a real field.
 #include "core/QtScheduler.h"
 #include "core/SystemClock.h"
+#include "desktop/ClipboardKeeper.h"
 #include "desktop/Paster.h"
 #include "desktop/SelectionReader.h"
 #include "hotkeys/HotkeyManager.h"
@@ -13,9 +14,12 @@
 #include "support/TestEnvironment.h"
 #include "support/XTestKeyboard.h"
 
+#include <QBuffer>
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QImage>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
@@ -203,6 +207,56 @@ private Q_SLOTS:
             gtk.kill();
             gtk.waitForFinished();
         }
+    }
+
+    // Text and an image on the clipboard, a dictation pasted into a GTK field: the field gets
+    // the dictation, and other applications then find both formats as they were.
+    void clipboardComesBackAfterAPaste()
+    {
+        QImage picture(8, 8, QImage::Format_RGB32);
+        picture.fill(Qt::darkCyan);
+        QByteArray png;
+        QBuffer buffer(&png);
+        QVERIFY(buffer.open(QIODevice::WriteOnly) && picture.save(&buffer, "PNG"));
+        auto *mine = new QMimeData;
+        mine->setText(QStringLiteral("the user's words"));
+        mine->setData(QStringLiteral("image/png"), png);
+        QGuiApplication::clipboard()->setMimeData(mine);
+
+        const auto readers = [] { return std::make_unique<XFixesClipboardWatcher>(); };
+        ClipboardKeeper keeper(readers);
+        keeper.remember();
+        QTRY_VERIFY_WITH_TIMEOUT(keeper.remembered().has_value(), 5000);
+        const ClipboardContents previous = *keeper.remembered();
+
+        QProcess gtk;
+        gtk.start("/usr/bin/python3", {QStringLiteral(GTK_ENTRY_SCRIPT)});
+        QVERIFY(gtk.waitForStarted());
+        X11KeySynthesizer keys;
+        AtspiFocusedTextReader fields;
+        QTRY_VERIFY_WITH_TIMEOUT(keys.focusedWindowClass().contains("gtk_entry"), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(fields.focusedElement() != nullptr, 10000);
+        Paster paster(keys, m_scheduler, nullptr, &fields);
+        std::optional<Paster::Outcome> outcome;
+        paster.paste(
+            QStringLiteral("Dictated words"), [&](Paster::Outcome result) { outcome = result; },
+            previous);
+        QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 5000);
+        QCOMPARE(*outcome, Paster::Outcome::landed);
+        QTest::qWait(int(1000 * (Paster::restoreDeadline + 0.2)));
+
+        // As another application finds it.
+        ClipboardKeeper after(readers);
+        after.remember();
+        QTRY_VERIFY_WITH_TIMEOUT(after.remembered().has_value(), 5000);
+        QMap<QString, QByteArray> formats;
+        const ClipboardContents found = *after.remembered();
+        for (const auto &[format, bytes] : found)
+            formats.insert(format, bytes);
+        QCOMPARE(formats.value(QStringLiteral("UTF8_STRING")), QByteArray("the user's words"));
+        QCOMPARE(formats.value(QStringLiteral("image/png")), png);
+        gtk.kill();
+        gtk.waitForFinished();
     }
 
     void selectionOfAnotherApplication()

@@ -121,9 +121,12 @@ struct FakeClipboardWatcher : ClipboardWatcher
     std::uint64_t changeCount() override { return count; }
     bool waitForChange(std::uint64_t since, int) override { return count != since; }
     std::optional<QString> text(int) override { return ownerText; }
+    std::optional<ClipboardContents> contents(int, qsizetype) override { return held; }
 
     std::uint64_t count = 0;
     std::optional<QString> ownerText;
+    // Every format, for a reader that keeps them all; nothing when they can't be read.
+    std::optional<ClipboardContents> held = ClipboardContents();
 };
 
 struct FakeInstalledApps : InstalledApps

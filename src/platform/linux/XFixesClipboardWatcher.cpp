@@ -96,6 +96,56 @@ std::optional<QString> XFixesClipboardWatcher::text(int milliseconds)
     return std::nullopt;
 }
 
+QString XFixesClipboardWatcher::atomName(unsigned long atom)
+{
+    char *name = XGetAtomName(m_display, atom);
+    const QString result = name ? QString::fromLatin1(name) : QString();
+    if (name)
+        XFree(name);
+    return result;
+}
+
+std::optional<ClipboardContents> XFixesClipboardWatcher::contents(int milliseconds,
+                                                                  qsizetype maxBytes)
+{
+    if (!m_display)
+        return std::nullopt;
+    const QDeadlineTimer deadline(milliseconds);
+    changeCount();
+    if (XGetSelectionOwner(m_display, m_clipboard) == None)
+        return ClipboardContents(); // an empty clipboard
+    const std::optional<QByteArray> list =
+        convert(XInternAtom(m_display, "TARGETS", False), deadline);
+    if (!list || m_lastFormat != 32)
+        return std::nullopt;
+    QList<Atom> targets;
+    for (qsizetype at = 0; at + qsizetype(sizeof(long)) <= list->size(); at += sizeof(long))
+        targets << *reinterpret_cast<const long *>(list->constData() + at);
+    // What the selection protocol itself answers, and the older names of the text, which
+    // come back by themselves when the text is set again.
+    static const QStringList protocol{"TARGETS",         "TIMESTAMP",  "MULTIPLE",
+                                      "SAVE_TARGETS",    "DELETE",     "INSERT_SELECTION",
+                                      "INSERT_PROPERTY", "TEXT",       "STRING",
+                                      "COMPOUND_TEXT",   "text/plain", "text/plain;charset=utf-8"};
+    ClipboardContents out;
+    qsizetype total = 0;
+    for (const Atom target : targets) {
+        const QString name = atomName(target);
+        if (name.isEmpty() || protocol.contains(name))
+            continue;
+        const std::optional<QByteArray> bytes = convert(target, deadline);
+        if (!bytes)
+            return std::nullopt;
+        if (m_lastFormat != 8)
+            continue; // lists of atoms or numbers describe the owner, not the content
+        total += bytes->size();
+        if (total > maxBytes)
+            return std::nullopt;
+        out.append({name, *bytes});
+    }
+    return out;
+}
+
 std::optional<QByteArray> XFixesClipboardWatcher::convert(unsigned long target,
                                                           const QDeadlineTimer &deadline)
 {
@@ -150,9 +200,13 @@ std::optional<QByteArray> XFixesClipboardWatcher::readProperty(bool &incremental
         return std::nullopt;
     }
     incremental = type == XInternAtom(m_display, "INCR", False);
+    if (!incremental)
+        m_lastFormat = format;
     std::optional<QByteArray> bytes;
     if (type != None && !incremental && format == 8)
         bytes = QByteArray(reinterpret_cast<const char *>(data), qsizetype(items));
+    else if (type != None && !incremental && format == 32) // Xlib hands these as longs
+        bytes = QByteArray(reinterpret_cast<const char *>(data), qsizetype(items * sizeof(long)));
     else if (incremental)
         bytes = QByteArray();
     if (data)

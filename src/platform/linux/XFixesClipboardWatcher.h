@@ -24,6 +24,7 @@ public:
     std::uint64_t changeCount() override;
     bool waitForChange(std::uint64_t since, int milliseconds) override;
     std::optional<QString> text(int milliseconds) override;
+    std::optional<ClipboardContents> contents(int milliseconds, qsizetype maxBytes) override;
 
 private:
     using EventHandler = std::function<void(const _XEvent &)>;
@@ -34,6 +35,7 @@ private:
                    const EventHandler &other = {});
     std::optional<QByteArray> convert(unsigned long target, const QDeadlineTimer &deadline);
     std::optional<QByteArray> readProperty(bool &incremental);
+    QString atomName(unsigned long atom);
 
     _XDisplay *m_display = nullptr;
     int m_eventBase = 0;
@@ -41,5 +43,6 @@ private:
     unsigned long m_requestor = 0; // our window, where the owner puts the text
     unsigned long m_property = 0;
     unsigned long m_claimTime = 0; // the current owner's claim; 0 (CurrentTime) when unknown
+    int m_lastFormat = 0;          // of the last property read: 8 for bytes, 32 for atoms
     std::uint64_t m_count = 0;
 };

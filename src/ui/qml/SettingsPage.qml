@@ -123,6 +123,17 @@ PageScaffold {
                 }
             }
             SettingRow {
+                title: "Restore clipboard after pasting"
+                detail: "What you had copied comes back once the app has the dictation. When a paste doesn't arrive, the dictation stays on the clipboard."
+                enabled: SettingsModel.pasteAutomatically
+                Switch {
+                    objectName: "restoreClipboardSwitch"
+                    Accessible.name: "Restore clipboard after pasting"
+                    checked: SettingsModel.restoreClipboard
+                    onToggled: SettingsModel.restoreClipboard = checked
+                }
+            }
+            SettingRow {
                 title: "Clean up dictation with AI"
                 detail: "Cleanup removes filler words and fixes punctuation before pasting. Runs on the backend; doesn't affect Ask-AI."
                 Switch {

@@ -16,6 +16,7 @@
 #include "audio/Sounds.h"
 #include "core/ManualScheduler.h"
 #include "correction/Corrections.h"
+#include "desktop/ClipboardKeeper.h"
 #include "desktop/Paster.h"
 #include "desktop/SelectionReader.h"
 #include "hud/RecordingHUD.h"
@@ -192,6 +193,14 @@ struct Rig
     FakeFocusedText focus;
     FakeClipboardWatcher clipboard;
     Paster paster{keys, scheduler, nullptr, &focus};
+    // What a reader of the clipboard finds there before a dictation.
+    std::optional<ClipboardContents> heldClipboard = ClipboardContents();
+    ClipboardKeeper keeper{[this] {
+                               auto reader = std::make_unique<FakeClipboardWatcher>();
+                               reader->held = heldClipboard;
+                               return reader;
+                           },
+                           false};
     SelectionReader selection{focus, keys, clipboard};
     FakeHUDPanel panel;
     FakeScreens hudScreens;
@@ -205,6 +214,7 @@ struct Rig
         .apps = apps,
         .permissions = permissions,
         .paster = paster,
+        .clipboardKeeper = keeper,
         .selection = selection,
         .hud = hud,
         .corrections = corrections,

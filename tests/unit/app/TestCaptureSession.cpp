@@ -2,6 +2,8 @@
 // watchdog, Ask AI's context and streamed answer, Read screen.
 #include "CaptureRig.h"
 
+#include <QMimeData>
+
 class TestCaptureSession : public QObject
 {
     Q_OBJECT
@@ -350,6 +352,7 @@ private Q_SLOTS:
         Rig rig;
         rig.setSettings(true, true);
         rig.backend.transcribeCall.result = "hello world";
+        rig.heldClipboard = ClipboardContents{{"UTF8_STRING", "before"}, {"text/html", "<b>b</b>"}};
         // The same words already there before do not count as the paste.
         rig.focus.focused->text = QStringLiteral("Earlier: hello\nworld. ");
         if (field == "ignores it" || field == "late" || field == "none")
@@ -363,12 +366,16 @@ private Q_SLOTS:
             rig.scheduler.advance(Paster::firstCheck);
             rig.focus.focused->text += QStringLiteral("hello world");
         }
-        rig.scheduler.advance(Paster::lastCheck);
+        rig.scheduler.advance(Paster::restoreDeadline + 0.1);
         const QStringList logged = rig.log();
         notes << rig.take();
         QVERIFY2(logged.endsWith(log), qPrintable(logged.join(u'\n')));
         QCOMPARE(notes.contains("hud error(Copied — press Ctrl+V)"), told);
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("hello world"));
+        // What the user had copied comes back, unless the paste did not arrive.
+        const QMimeData *clipboard = QGuiApplication::clipboard()->mimeData();
+        QCOMPARE(clipboard->text(),
+                 told ? QStringLiteral("hello world") : QStringLiteral("before"));
+        QCOMPARE(clipboard->data("text/html"), told ? QByteArray() : QByteArray("<b>b</b>"));
     }
 
     void dictationOutcomes_data()

@@ -101,8 +101,8 @@ private Q_SLOTS:
         const QByteArray bytes = file.readAll();
         QCOMPARE(QJsonDocument::fromJson(bytes).object().keys(),
                  (QStringList{"askKey", "cleanupEnabled", "includeComputerAudio", "micUID",
-                              "pasteAutomatically", "pushToTalkKey", "screenKey", "theme",
-                              "warmMicrophone"}));
+                              "pasteAutomatically", "pushToTalkKey", "restoreClipboard",
+                              "screenKey", "theme", "warmMicrophone"}));
         QVERIFY(bytes.contains("\n    \"askKey\": {")); // indented
         QCOMPARE(SettingsStore(path).current(), settings);
     }
