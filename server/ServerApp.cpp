@@ -1,5 +1,6 @@
 #include "ServerApp.h"
 
+#include "DictationStreams.h"
 #include "ElasticTaskQueue.h"
 #include "HttpError.h"
 #include "RequestBody.h"
@@ -19,6 +20,35 @@
 namespace {
 
 using json = nlohmann::json;
+
+// How large a request's body may be, by its kind.
+struct BodyLimit
+{
+    std::size_t length = 0; // as announced
+    std::size_t bytes = 0;
+    bool upload = false;
+    std::string refusal;
+};
+
+BodyLimit bodyLimit(const httplib::Request &request)
+{
+    BodyLimit limit;
+    limit.length = std::strtoull(request.get_header_value("Content-Length").c_str(), nullptr, 10);
+    limit.upload = request.method == "PUT" && request.path.rfind("/uploads/", 0) == 0;
+    const bool multipart = request.get_header_value("Content-Type").rfind("multipart/", 0) == 0;
+    const bool chunk = request.method == "POST" &&
+                       request.path.rfind("/transcribe/stream/", 0) == 0 &&
+                       request.path.ends_with("/audio");
+    const auto [bytes, what] =
+        limit.upload ? std::pair(ServerApp::maxUploadBytes, "uploads are limited to 4 GiB")
+        : multipart
+            ? std::pair(ServerApp::maxMultipartBytes, "audio and images are limited to 64 MiB")
+        : chunk ? std::pair(DictationStreams::maxChunkBytes, "audio chunks are limited to 2 MiB")
+                : std::pair(ServerApp::maxJsonBytes, "JSON bodies are limited to 1 MiB");
+    limit.bytes = bytes;
+    limit.refusal = std::string("Request too large: ") + what + ".";
+    return limit;
+}
 
 std::optional<std::string> scopeOf(const httplib::Request &request)
 {
@@ -54,31 +84,25 @@ ServerApp::ServerApp(const std::string &dataDirectory, ServerConfig config)
     });
     m_server->set_keep_alive_max_count(100);
     // Refuse an oversized body from its announced length, before reading any of it.
-    m_server->set_pre_routing_handler([](const httplib::Request &request,
-                                         httplib::Response &response) {
-        const std::size_t length =
-            std::strtoull(request.get_header_value("Content-Length").c_str(), nullptr, 10);
-        const bool upload = request.method == "PUT" && request.path.rfind("/uploads/", 0) == 0;
-        const bool multipart = request.get_header_value("Content-Type").rfind("multipart/", 0) == 0;
-        const bool chunk = request.method == "POST" &&
-                           request.path.rfind("/transcribe/stream/", 0) == 0 &&
-                           request.path.ends_with("/audio");
-        // An audio chunk a little too large is read and refused by its route, so the client
-        // gets the answer rather than a connection closed under its upload.
-        const std::size_t limit = upload               ? maxUploadBytes
-                                  : multipart || chunk ? maxMultipartBytes
-                                                       : maxJsonBytes;
-        if (length <= limit)
-            return httplib::Server::HandlerResponse::Unhandled;
-        const std::string what = upload      ? "uploads are limited to 4 GiB"
-                                 : multipart ? "audio and images are limited to 64 MiB"
-                                 : chunk     ? "audio chunks are limited to 2 MiB"
-                                             : "JSON bodies are limited to 1 MiB";
-        RequestBody::send(response, 413, {{"error", "Request too large: " + what + "."}});
-        // The body is never read, so the connection can't carry another request.
-        response.set_header("Connection", "close");
-        return httplib::Server::HandlerResponse::Handled;
-    });
+    // A body over its limit is refused with 413. Up to `drainBytes` it is read first (and
+    // dropped with the request), so the client, still sending, reads the answer: closing on
+    // unread data would reach it as a reset instead.
+    m_server->set_pre_routing_handler(
+        [](const httplib::Request &request, httplib::Response &response) {
+            const BodyLimit limit = bodyLimit(request);
+            if (limit.length <= limit.bytes || (!limit.upload && limit.length <= drainBytes))
+                return httplib::Server::HandlerResponse::Unhandled;
+            RequestBody::send(response, 413, {{"error", limit.refusal}});
+            // The body is never read, so the connection can't carry another request.
+            response.set_header("Connection", "close");
+            return httplib::Server::HandlerResponse::Handled;
+        });
+    m_server->set_post_routing_handler(
+        [](const httplib::Request &request, httplib::Response &response) {
+            const BodyLimit limit = bodyLimit(request);
+            if (limit.length > limit.bytes && response.status < 400)
+                RequestBody::send(response, 413, {{"error", limit.refusal}});
+        });
     // A failure no route caught still gets its status and a JSON error.
     m_server->set_exception_handler(
         [](const httplib::Request &, httplib::Response &response, std::exception_ptr failure) {

@@ -28,6 +28,8 @@ public:
     static constexpr std::size_t maxJsonBytes = RequestBody::maxJsonBytes;
     static constexpr std::size_t maxMultipartBytes = 64u << 20;
     static constexpr std::size_t maxUploadBytes = std::size_t(4) << 30;
+    // An oversized body up to this size is read before it is refused (uploads excepted).
+    static constexpr std::size_t drainBytes = maxMultipartBytes;
     // Workers kept when idle, and the most at once (one per open connection).
     static constexpr std::size_t keptWorkers = 8;
     static constexpr std::size_t maxWorkers = 1024;

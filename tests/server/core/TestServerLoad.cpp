@@ -1,6 +1,7 @@
-// The server under many connections: idle keep-alive connections hold no one up, workers come
-// and go with the connections, the kept history reply follows every change, and a second
-// server cannot share the port.
+// The server under many connections and large requests: idle keep-alive connections hold no
+// one up, workers come and go with the connections, the kept history reply follows every
+// change, an oversized body gets its 413 rather than a reset, and a second server cannot
+// share the port.
 #include "ElasticTaskQueue.h"
 #include "RunningServer.h"
 #include "Secrets.h"
@@ -137,6 +138,41 @@ private Q_SLOTS:
         QVERIFY(ada.Delete("/history?scope=transcripts"));
         QCOMPARE(history(ada).size(), std::size_t(0));
         QCOMPARE(history(ada, "?scope=transcripts").size(), std::size_t(0));
+    }
+
+    // The client sends the whole body before it reads: a server that answers and closes
+    // without reading it resets the connection under the client's send.
+    void oversizedBodyGetsItsAnswer()
+    {
+        const qsizetype size = 8 << 20;
+        QTemporaryDir dir;
+        RunningServer server(QString::fromStdString(dataDirectory(dir)), ServerConfig{});
+        const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(std::uint16_t(server.port()));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        QCOMPARE(::connect(socket, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+        const QByteArray request = "POST /auth/login HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+                                   "Connection: close\r\n"
+                                   "Content-Type: application/json\r\nContent-Length: " +
+                                   QByteArray::number(size) + "\r\n\r\n" + QByteArray(size, ' ');
+        qsizetype sent = 0;
+        while (sent < request.size()) {
+            const ssize_t n = ::send(socket, request.constData() + sent,
+                                     std::size_t(request.size() - sent), MSG_NOSIGNAL);
+            if (n <= 0)
+                break;
+            sent += n;
+        }
+        QByteArray reply;
+        char buffer[4096];
+        for (ssize_t n; (n = ::recv(socket, buffer, sizeof buffer, 0)) > 0;)
+            reply.append(buffer, n);
+        ::close(socket);
+        QCOMPARE(sent, request.size());
+        QVERIFY2(reply.startsWith("HTTP/1.1 413"), reply.left(200).constData());
+        QVERIFY(reply.contains("Request too large: JSON bodies are limited to 1 MiB."));
     }
 
     void secondServerCannotShareThePort()
