@@ -53,29 +53,26 @@ Backend::Backend(QUrl baseURL, const Clock *clock)
     m_network.setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
 }
 
+template <class Call> void Backend::endAll()
+{
+    QList<QPointer<Call>> calls;
+    for (Call *call : m_network.findChildren<Call *>())
+        calls.append(call);
+    for (const QPointer<Call> &call : std::as_const(calls)) {
+        if (call)
+            call->abort();
+        if (call)
+            QCoreApplication::sendPostedEvents(call, QEvent::MetaCall);
+    }
+}
+
 Backend::~Backend()
 {
     // The manager deletes its replies with it, and a coroutine waiting on one would never
     // resume. Each request ends with an error first, and its waiter hears of it now: the
     // waiter resumes through a queued call that would otherwise die with the reply.
-    QList<QPointer<QNetworkReply>> replies;
-    for (QNetworkReply *reply : m_network.findChildren<QNetworkReply *>())
-        replies.append(reply);
-    for (const QPointer<QNetworkReply> &reply : std::as_const(replies)) {
-        if (reply)
-            reply->abort();
-        if (reply)
-            QCoreApplication::sendPostedEvents(reply, QEvent::MetaCall);
-    }
-    QList<QPointer<PromptHttpExchange>> exchanges;
-    for (PromptHttpExchange *exchange : m_network.findChildren<PromptHttpExchange *>())
-        exchanges.append(exchange);
-    for (const QPointer<PromptHttpExchange> &exchange : std::as_const(exchanges)) {
-        if (exchange)
-            exchange->abort();
-        if (exchange)
-            QCoreApplication::sendPostedEvents(exchange, QEvent::MetaCall);
-    }
+    endAll<QNetworkReply>();
+    endAll<PromptHttpExchange>();
 }
 
 bool Backend::isTransportFailure(const QNetworkReply &reply)

@@ -140,6 +140,8 @@ private:
     Backend();
     QNetworkReply *start(const BackendRequest &request, QIODevice *upload = nullptr);
     QCoro::Task<BackendResponse> performPromptly(BackendRequest request, CancellationToken cancel);
+    // Aborts every call of this kind under way, its waiter hearing of it at once.
+    template <class Call> void endAll();
     // The connection failed, timed out, was cancelled or broke off mid-body. Errors
     // that only restate an HTTP status (404, 500, ...) are not transport failures.
     static bool isTransportFailure(const QNetworkReply &reply);

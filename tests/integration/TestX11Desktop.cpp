@@ -21,6 +21,7 @@
 #include <QLineEdit>
 #include <QMimeData>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -185,28 +186,39 @@ private Q_SLOTS:
 
     // A GTK field that takes the paste, and one that drops it: the paster looks at the
     // field through AT-SPI and says which.
-    void pasteIsCheckedInTheField()
+    // A GTK entry in a process of its own (with `options`) takes a paste of `text` from a
+    // paster that checks the field; `outcome` is how it went.
+    void pasteIntoGtk(const QStringList &options, const QString &text,
+                      std::optional<ClipboardContents> previous,
+                      std::optional<Paster::Outcome> &outcome)
     {
-        for (const bool ignores : {false, true}) {
-            QProcess gtk;
-            QStringList arguments{QStringLiteral(GTK_ENTRY_SCRIPT)};
-            if (ignores)
-                arguments << QStringLiteral("--ignore-paste");
-            gtk.start("/usr/bin/python3", arguments);
-            QVERIFY(gtk.waitForStarted());
-            X11KeySynthesizer keys;
-            AtspiFocusedTextReader fields;
-            QTRY_VERIFY_WITH_TIMEOUT(keys.focusedWindowClass().contains("gtk_entry"), 10000);
-            QTRY_VERIFY_WITH_TIMEOUT(fields.focusedElement() != nullptr, 10000);
-            Paster paster(keys, m_scheduler, nullptr, &fields);
-            std::optional<Paster::Outcome> outcome;
-            paster.paste(QStringLiteral("Grüße aus der Küche"),
-                         [&outcome](Paster::Outcome result) { outcome = result; });
-            QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 5000);
-            QCOMPARE(*outcome, ignores ? Paster::Outcome::missing : Paster::Outcome::landed);
+        QProcess gtk;
+        gtk.start("/usr/bin/python3", QStringList{QStringLiteral(GTK_ENTRY_SCRIPT)} + options);
+        QVERIFY(gtk.waitForStarted());
+        const auto stop = qScopeGuard([&gtk] {
             gtk.kill();
             gtk.waitForFinished();
-        }
+        });
+        X11KeySynthesizer keys;
+        AtspiFocusedTextReader fields;
+        QTRY_VERIFY_WITH_TIMEOUT(keys.focusedWindowClass().contains("gtk_entry"), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(fields.focusedElement() != nullptr, 10000);
+        Paster paster(keys, m_scheduler, nullptr, &fields);
+        paster.paste(
+            text, [&outcome](Paster::Outcome result) { outcome = result; }, std::move(previous));
+        QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 5000);
+    }
+
+    // A GTK field that takes the paste, and one that drops it: the paster looks at the
+    // field through AT-SPI and says which.
+    void pasteIsCheckedInTheField()
+    {
+        std::optional<Paster::Outcome> taken, dropped;
+        pasteIntoGtk({}, QStringLiteral("Grüße aus der Küche"), std::nullopt, taken);
+        QCOMPARE(taken, std::optional(Paster::Outcome::landed));
+        pasteIntoGtk({QStringLiteral("--ignore-paste")}, QStringLiteral("Grüße aus der Küche"),
+                     std::nullopt, dropped);
+        QCOMPARE(dropped, std::optional(Paster::Outcome::missing));
     }
 
     // Text and an image on the clipboard, a dictation pasted into a GTK field: the field gets
@@ -227,22 +239,9 @@ private Q_SLOTS:
         ClipboardKeeper keeper(readers);
         keeper.remember();
         QTRY_VERIFY_WITH_TIMEOUT(keeper.remembered().has_value(), 5000);
-        const ClipboardContents previous = *keeper.remembered();
-
-        QProcess gtk;
-        gtk.start("/usr/bin/python3", {QStringLiteral(GTK_ENTRY_SCRIPT)});
-        QVERIFY(gtk.waitForStarted());
-        X11KeySynthesizer keys;
-        AtspiFocusedTextReader fields;
-        QTRY_VERIFY_WITH_TIMEOUT(keys.focusedWindowClass().contains("gtk_entry"), 10000);
-        QTRY_VERIFY_WITH_TIMEOUT(fields.focusedElement() != nullptr, 10000);
-        Paster paster(keys, m_scheduler, nullptr, &fields);
         std::optional<Paster::Outcome> outcome;
-        paster.paste(
-            QStringLiteral("Dictated words"), [&](Paster::Outcome result) { outcome = result; },
-            previous);
-        QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 5000);
-        QCOMPARE(*outcome, Paster::Outcome::landed);
+        pasteIntoGtk({}, QStringLiteral("Dictated words"), keeper.remembered(), outcome);
+        QCOMPARE(outcome, std::optional(Paster::Outcome::landed));
         QTest::qWait(int(1000 * (Paster::restoreDeadline + 0.2)));
 
         // As another application finds it.
@@ -255,8 +254,6 @@ private Q_SLOTS:
             formats.insert(format, bytes);
         QCOMPARE(formats.value(QStringLiteral("UTF8_STRING")), QByteArray("the user's words"));
         QCOMPARE(formats.value(QStringLiteral("image/png")), png);
-        gtk.kill();
-        gtk.waitForFinished();
     }
 
     void selectionOfAnotherApplication()

@@ -2,25 +2,12 @@
 #include "AccountService.h"
 #include "Database.h"
 #include "HttpError.h"
+#include "StatusOf.h"
 
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <functional>
-
-namespace {
-
-int statusOf(const std::function<void()> &call)
-{
-    try {
-        call();
-    } catch (const HttpError &error) {
-        return error.status();
-    }
-    return 200;
-}
-
-} // namespace
 
 class TestAccountService : public QObject
 {

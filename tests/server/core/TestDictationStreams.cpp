@@ -3,6 +3,7 @@
 #include "DictationStreams.h"
 #include "HttpError.h"
 #include "Secrets.h"
+#include "StatusOf.h"
 
 #include <QTest>
 
@@ -51,16 +52,6 @@ std::string pcm(std::initializer_list<std::int16_t> samples)
         bytes.push_back(char(std::uint16_t(sample) >> 8));
     }
     return bytes;
-}
-
-int statusOf(const std::function<void()> &action)
-{
-    try {
-        action();
-    } catch (const HttpError &error) {
-        return error.status();
-    }
-    return 200;
 }
 
 } // namespace

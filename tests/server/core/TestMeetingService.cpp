@@ -5,6 +5,7 @@
 #include "MeetingProcessor.h"
 #include "MeetingService.h"
 #include "Secrets.h"
+#include "StatusOf.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -45,16 +46,6 @@ Url parse(const nlohmann::json &presigned)
         return url.substr(at, url.find('&', at) - at);
     };
     return {presigned["key"], field("expires"), field("sig")};
-}
-
-int statusOf(const std::function<void()> &call)
-{
-    try {
-        call();
-    } catch (const HttpError &error) {
-        return error.status();
-    }
-    return 200;
 }
 
 } // namespace
