@@ -51,6 +51,13 @@ QString notJson(const QByteArray &sample)
     return DecodingError::notJson(error.errorString()).description();
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+// AddressSanitizer keeps freed memory aside for a while: peaks say nothing there.
+constexpr bool measuresMemory = false;
+#else
+constexpr bool measuresMemory = true;
+#endif
+
 // Peak resident memory of this process, in MB.
 qint64 peakMemoryMB()
 {
@@ -282,7 +289,7 @@ private Q_SLOTS:
         }
 
         QVERIFY2(gap <= maxGapMs, qPrintable(QString("main thread blocked %1 ms").arg(gap)));
-        if (fault.contains("100 MB") && target != "ask")
+        if (measuresMemory && fault.contains("100 MB") && target != "ask")
             QVERIFY2(peakMemoryMB() - memoryBefore < 100,
                      qPrintable(
                          QString("peak memory grew by %1 MB").arg(peakMemoryMB() - memoryBefore)));
