@@ -1,5 +1,6 @@
 #include "app/CaptureSessionController.h"
 
+#include "app/AnswerFlow.h"
 #include "app/DictationStream.h"
 #include "audio/AudioRecorder.h"
 #include "audio/Sounds.h"
@@ -24,11 +25,7 @@
 
 namespace {
 
-QString quoted(const QString &text)
-{
-    return QLatin1Char('"') + text + QLatin1Char('"');
-}
-
+using Text::quoted;
 using Sound = Sounds::Sound;
 
 QString failurePrefix(CaptureMode mode)
@@ -47,7 +44,15 @@ QString failurePrefix(CaptureMode mode)
 } // namespace
 
 CaptureSessionController::CaptureSessionController(CaptureServices services, QObject *parent)
-    : QObject(parent), m_services(services)
+    : QObject(parent), m_services(services),
+      m_answers(new AnswerFlow(
+          services,
+          AnswerFlow::Session{
+              .endIdle = [this] { endIdle(); },
+              .setStatus = [this](const QString &text) { setStatus(text); },
+              .privacyHelp = [this](const QString &page) { Q_EMIT privacyHelpNeeded(page); },
+          },
+          this))
 {
     // The recorder only speaks while it records, and the pill shows its level.
     connect(&m_services.recorder, &AudioRecorder::levelChanged, &m_services.hud,
@@ -283,10 +288,10 @@ QCoro::Task<void> CaptureSessionController::runSession(CaptureMode mode, QByteAr
             co_await runDictation(std::move(wav), std::move(settings), std::move(stream), token);
             break;
         case CaptureMode::ask:
-            co_await runAsk(std::move(wav), std::move(askContext), token);
+            co_await m_answers->ask(std::move(wav), std::move(askContext), token);
             break;
         case CaptureMode::screen:
-            co_await runScreen(std::move(wav), std::move(screenshot), token);
+            co_await m_answers->screen(std::move(wav), std::move(screenshot), token);
             break;
         }
     } catch (...) {
@@ -337,121 +342,6 @@ QCoro::Task<void> CaptureSessionController::runDictation(QByteArray wav, Setting
     // refresh interval still shows up.
     if (self)
         m_services.history.refresh({HistoryScope::transcripts}, true);
-}
-
-QCoro::Task<void> CaptureSessionController::runAsk(QByteArray wav, QString askContext,
-                                                   CancellationToken token)
-{
-    QPointer<CaptureSessionController> self(this);
-    const QString question =
-        Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
-    if (isGone(self, token))
-        co_return;
-    if (question.isEmpty()) {
-        endIdle();
-        m_services.model.log(QStringLiteral("Nothing heard for the AI."));
-        setStatus(QStringLiteral("Nothing heard"));
-        m_services.hud.showError(QStringLiteral("Didn't catch that — no speech detected."));
-        m_services.sounds.play(Sound::fail);
-        co_return;
-    }
-
-    m_services.model.setLastTranscript(question);
-    m_services.model.log(QStringLiteral("❓ Asked: ") + quoted(question));
-    m_services.hud.startStreaming(question);
-
-    const QString answer =
-        co_await m_services.backend.ask(question, askContext, m_services.apps.names(),
-                                        deltaHandler(token), actionHandler(token), token);
-    if (isGone(self, token))
-        co_return;
-    finishAskStream(answer);
-    m_services.history.refresh({HistoryScope::chat}, true);
-}
-
-QCoro::Task<void> CaptureSessionController::runScreen(QByteArray wav,
-                                                      std::optional<ScreenshotTask> screenshot,
-                                                      CancellationToken token)
-{
-    QPointer<CaptureSessionController> self(this);
-    std::optional<QByteArray> jpeg;
-    if (screenshot) {
-        try {
-            jpeg = co_await *screenshot;
-        } catch (...) {
-            jpeg.reset();
-        }
-    }
-    if (isGone(self, token))
-        co_return;
-    if (!jpeg || jpeg->isEmpty()) {
-        // Without a picture the question is pointless: the audio is never sent.
-        endIdle();
-        m_services.model.log(QStringLiteral("Screen capture failed — likely not an X11 session."));
-        m_services.hud.showError(
-            QStringLiteral("Couldn't capture the screen. Read screen needs an X11 session — "
-                           "log in to one, then try again."));
-        Q_EMIT privacyHelpNeeded(QStringLiteral("Privacy_ScreenCapture"));
-        m_services.sounds.play(Sound::fail);
-        co_return;
-    }
-
-    const QString spoken =
-        Text::trimmed(co_await m_services.backend.transcribe(std::move(wav), false, token));
-    if (isGone(self, token))
-        co_return;
-    m_services.model.log(spoken.isEmpty()
-                             ? QStringLiteral("◳ Asking about the screen (no question)…")
-                             : QStringLiteral("◳ Asked about screen: ") + quoted(spoken));
-    const QString question = spoken.isEmpty() ? QStringLiteral("What's on my screen?") : spoken;
-    m_services.hud.startStreaming(question);
-
-    const QString answer =
-        co_await m_services.backend.askImage(question, *jpeg, deltaHandler(token), token);
-    if (isGone(self, token))
-        co_return;
-    finishAskStream(answer);
-    m_services.history.refresh({HistoryScope::chat}, true);
-}
-
-Backend::DeltaHandler CaptureSessionController::deltaHandler(const CancellationToken &token)
-{
-    QPointer<CaptureSessionController> self(this);
-    return [self, token](const QString &delta) {
-        if (!isGone(self, token))
-            self->m_services.hud.appendStreaming(delta);
-    };
-}
-
-Backend::ActionHandler CaptureSessionController::actionHandler(const CancellationToken &token)
-{
-    QPointer<CaptureSessionController> self(this);
-    return [self, token](const QString &type, const QString &name) {
-        if (isGone(self, token) || type != u"open_app")
-            return;
-        if (self->m_services.apps.open(name))
-            self->m_services.model.log(QStringLiteral("🚀 Opened ") + name);
-        else
-            self->m_services.model.log(QStringLiteral("⚠️ Couldn't find app: ") + name);
-    };
-}
-
-void CaptureSessionController::finishAskStream(const QString &answer)
-{
-    endIdle();
-    const QString text = Text::trimmed(answer);
-    if (text.isEmpty()) {
-        m_services.model.log(QStringLiteral("AI returned an empty answer."));
-        setStatus(QStringLiteral("No answer"));
-        m_services.hud.showError(QStringLiteral("The AI returned an empty answer."));
-        m_services.sounds.play(Sound::fail);
-        return;
-    }
-    m_services.model.log(QStringLiteral("✓ AI answered."));
-    m_services.paster.copy(text);
-    m_services.hud.finishStreaming(m_services.model.askKeyName(), text);
-    setStatus(QStringLiteral("Answered ✓ (copied to clipboard)"));
-    m_services.sounds.play(Sound::done);
 }
 
 void CaptureSessionController::deliverTranscript(const QString &rawText, const Settings &settings)

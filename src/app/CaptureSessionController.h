@@ -14,6 +14,7 @@
 
 #include <optional>
 
+class AnswerFlow;
 class AppModel;
 class AudioRecorder;
 class AuthStore;
@@ -111,7 +112,6 @@ private:
     void endIdle();
     void readAskContext();
     void deliverTranscript(const QString &text, const Settings &settings);
-    void finishAskStream(const QString &answer);
     void watchdogFired();
     void failSession(CaptureMode mode, const QString &description);
     // Logs how a paste went; one that did not arrive leaves the HUD saying so.
@@ -125,13 +125,9 @@ private:
     QCoro::Task<void> runDictation(QByteArray wav, Settings settings,
                                    std::shared_ptr<DictationStream> stream,
                                    CancellationToken token);
-    QCoro::Task<void> runAsk(QByteArray wav, QString askContext, CancellationToken token);
-    QCoro::Task<void> runScreen(QByteArray wav, std::optional<ScreenshotTask> screenshot,
-                                CancellationToken token);
-    Backend::DeltaHandler deltaHandler(const CancellationToken &token);
-    Backend::ActionHandler actionHandler(const CancellationToken &token);
 
     CaptureServices m_services;
+    AnswerFlow *m_answers; // a child: gone with the controller
 
     SessionState m_state = SessionState::idle;
     CancellationToken m_transcribeTask;

@@ -52,4 +52,9 @@ QString firstCharacter(const QString &text)
     return end < 0 ? text : text.left(end);
 }
 
+QString quoted(const QString &text)
+{
+    return QLatin1Char('"') + text + QLatin1Char('"');
+}
+
 } // namespace Text

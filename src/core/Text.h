@@ -14,5 +14,7 @@ int characterCount(const QString &text);
 QString truncated(const QString &text, int maxCharacters);
 // The first user-perceived character, with its combining marks; empty for empty text.
 QString firstCharacter(const QString &text);
+// In straight double quotes, as the log shows what was said.
+QString quoted(const QString &text);
 
 } // namespace Text
