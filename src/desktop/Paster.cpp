@@ -61,6 +61,14 @@ Paster::Paster(KeySynthesizer &keys, Scheduler &scheduler, ClipboardWriter *writ
     : m_keys(keys), m_writer(writer), m_fields(fields), m_scheduler(scheduler)
 {}
 
+Paster::~Paster()
+{
+    // The clipboard keeps our data after we are gone (and hands it to a clipboard manager
+    // at exit): its fetches must no longer reach us.
+    if (auto *mime = static_cast<WatchedMimeData *>(m_offered.data()))
+        mime->fetched = nullptr;
+}
+
 void Paster::copy(const QString &text)
 {
     if (m_writer)
@@ -91,6 +99,7 @@ void Paster::paste(const QString &text, OutcomeHandler outcome,
                                              [this, fetchedCheck] { restore(fetchedCheck); });
         };
         check->ours = mime;
+        m_offered = mime;
         QGuiApplication::clipboard()->setMimeData(mime, QClipboard::Clipboard);
     } else {
         copy(text);

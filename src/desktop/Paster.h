@@ -3,6 +3,8 @@
 #include "core/TimerHandle.h"
 #include "platform/ClipboardWatcher.h"
 
+#include <QMimeData>
+#include <QPointer>
 #include <QString>
 
 #include <functional>
@@ -46,6 +48,9 @@ public:
     // `writer`: null for Qt's own clipboard. `fields`: null to send without checking.
     Paster(KeySynthesizer &keys, Scheduler &scheduler, ClipboardWriter *writer = nullptr,
            FocusedTextReader *fields = nullptr);
+    ~Paster();
+    Paster(const Paster &) = delete;
+    Paster &operator=(const Paster &) = delete;
     // `outcome` hears how it went. `previous`: what to put back on the clipboard afterwards
     // (only where the clipboard is Qt's own); without it the text stays there.
     void paste(const QString &text, OutcomeHandler outcome = {},
@@ -65,4 +70,6 @@ private:
     Scheduler &m_scheduler;
     TimerHandle m_pending;
     TimerHandle m_restore;
+    // The clipboard's data while it is the last paste's: it outlives us there.
+    QPointer<QMimeData> m_offered;
 };
