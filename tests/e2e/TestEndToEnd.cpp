@@ -256,21 +256,28 @@ void TestEndToEnd::transcriptsInWindowAndTray()
 
 void TestEndToEnd::ask()
 {
-    QVERIFY(focusField());
-    m_desktop.chord({"Control_L", "a"});
-    const qsizetype from = m_ovrin.mark();
-    QVERIFY2(m_user->holdAndSay({QStringLiteral("Control_R"), QStringLiteral("Control_L")},
-                                QStringLiteral("● Recording (Ask AI)…"),
-                                QStringLiteral("new task water the plants")),
-             qPrintable(m_user->failure()));
-    QVERIFY2(m_ovrin.waitForLog(QStringLiteral("Using selected text as context"), 1, from),
-             qPrintable(m_ovrin.logSince(from)));
-    QVERIFY2(m_ovrin.waitForLog(QStringLiteral("✓ AI answered."), 20000, from),
-             qPrintable(m_ovrin.logSince(from)));
+    const QString question = QStringLiteral("new task water the plants");
+    // The offline recogniser, through the virtual microphone, now and then hears a short
+    // command's first word as another ("their task …"); a user would say it again.
+    for (int attempt = 1;; ++attempt) {
+        QVERIFY(focusField());
+        m_desktop.chord({"Control_L", "a"});
+        const qsizetype from = m_ovrin.mark();
+        QVERIFY2(m_user->holdAndSay({QStringLiteral("Control_R"), QStringLiteral("Control_L")},
+                                    QStringLiteral("● Recording (Ask AI)…"), question),
+                 qPrintable(m_user->failure()));
+        QVERIFY2(m_ovrin.waitForLog(QStringLiteral("Using selected text as context"), 1, from),
+                 qPrintable(m_ovrin.logSince(from)));
+        QVERIFY2(m_ovrin.waitForLog(QStringLiteral("✓ AI answered."), 20000, from),
+                 qPrintable(m_ovrin.logSince(from)));
+        if (attempt == 2 || m_ovrin.logSince(from).contains("❓ Asked: \"" + question + '"'))
+            break;
+        qInfo("heard otherwise, said again: %s", qPrintable(m_ovrin.logSince(from)));
+    }
 
     AccessibleApp &screen = m_user->screen();
     // The card shows the question, then the answer streamed under it.
-    QVERIFY(screen.waitForName(QStringLiteral("new task water the plants"), 5000));
+    QVERIFY(screen.waitForName(question, 5000));
     const auto answer = screen.waitFor(
         [](const AccessibleNode &node) {
             return node.name.startsWith(u"Added the task") &&
