@@ -50,7 +50,6 @@ struct Paster::Check
     qsizetype before = 0; // how often the field held the text before the keystroke
     OutcomeHandler outcome;
     std::optional<ClipboardContents> previous;
-    QPointer<QMimeData> ours;
     bool sent = false;
     bool restored = false;
     bool keepText = false; // the paste did not arrive: the text stays for the user
@@ -98,7 +97,6 @@ void Paster::paste(const QString &text, OutcomeHandler outcome,
             m_restore = m_scheduler.schedule(restoreAfterFetch,
                                              [this, fetchedCheck] { restore(fetchedCheck); });
         };
-        check->ours = mime;
         m_offered = mime;
         QGuiApplication::clipboard()->setMimeData(mime, QClipboard::Clipboard);
     } else {
@@ -164,8 +162,8 @@ void Paster::restore(const std::shared_ptr<Check> &check)
 {
     QClipboard *clipboard = QGuiApplication::clipboard();
     // Someone copied something since: that is the clipboard now.
-    if (check->restored || check->keepText || !check->previous || !check->ours ||
-        clipboard->mimeData(QClipboard::Clipboard) != check->ours.data())
+    if (check->restored || check->keepText || !check->previous || !m_offered ||
+        clipboard->mimeData(QClipboard::Clipboard) != m_offered.data())
         return;
     check->restored = true;
     if (check->previous->isEmpty()) {
