@@ -6,6 +6,7 @@
 #include <QFont>
 #include <QJsonArray>
 #include <QLocale>
+#include <QPointer>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
@@ -58,11 +59,19 @@ class TestWorkspacePages : public QObject
         return MainWindowFixture::findItem(m_rig.page(), objectName);
     }
 
-    void click(QQuickItem *target)
+    void click(QQuickItem *found)
     {
-        // A page still sliding or laying out would take the click somewhere else.
+        QVERIFY(found);
+        // A page still sliding or laying out would take the click somewhere else. A list that
+        // reloads meanwhile makes its rows anew: the item is then looked up again by name.
+        const QString name = found->objectName();
+        QPointer<QQuickItem> target(found);
         QPointF last(-1, -1);
         const auto settled = [&] {
+            if (!target)
+                target = item(name);
+            if (!target)
+                return false;
             const QPointF now = target->mapToScene({});
             return std::exchange(last, now) == now;
         };
